@@ -1,0 +1,49 @@
+# SPDX-License-Identifier: Apache-2.0
+# What every target of the tree shares: language levels, warnings, output folders.
+
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS ON)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+set(KSL_WARNINGS -Wall -Wextra -Wconversion -Wshadow -Werror)
+# g++ 12 sees overlapping copies inside std::string that are not there.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  list(APPEND KSL_WARNINGS -Wno-restrict)
+endif()
+
+if(KSL_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# The platform's libraries are found by their exact names, so no version goes into a soname.
+# 4 KiB pages keep the libraries small on the hub.
+function(ksl_shared_library target)
+  add_library(${target} SHARED ${ARGN})
+  target_compile_options(${target} PRIVATE ${KSL_WARNINGS})
+  target_link_options(${target} PRIVATE -Wl,-z,max-page-size=4096)
+endfunction()
+
+function(ksl_static_library target)
+  add_library(${target} STATIC ${ARGN})
+  target_compile_options(${target} PRIVATE ${KSL_WARNINGS})
+endfunction()
+
+function(ksl_executable target)
+  add_executable(${target} ${ARGN})
+  target_compile_options(${target} PRIVATE ${KSL_WARNINGS})
+endfunction()

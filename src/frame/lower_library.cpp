@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+// The one road to the lower switch-access library: a shim for each entry point, looked up by name on every call.
+#include "frame/trace.h"
+
+#include <cstring>
+#include <dlfcn.h>
+#include <hwa.h>
+
+namespace {
+
+using namespace ksl;
+
+constexpr int32_t kMissing = -1;
+
+// The handle is used as it is: a null one searches the process's global scope.
+template <class EntryPoint>
+EntryPoint *look_up(const char *name) {
+    return reinterpret_cast<EntryPoint *>(dlsym(ksl_hwa_handle, name));
+}
+
+constexpr uint8_t low_byte(uint32_t value) {
+    return static_cast<uint8_t>(value);
+}
+
+} // namespace
+
+extern "C" int32_t __hwa_getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer) {
+    const auto getreg = look_up<decltype(hwa_getreg)>("hwa_getreg");
+    if (getreg == nullptr) {
+        trace(points::getreg_missing);
+        return kMissing;
+    }
+    return getreg(low_byte(chip), low_byte(page), low_byte(offset), length, buffer);
+}
+
+extern "C" int32_t __hwa_get_multireg(uint32_t chip, ksl_reg_request *requests, uint32_t count) {
+    const auto get_multireg = look_up<decltype(hwa_get_multireg)>("hwa_get_multireg");
+    if (get_multireg != nullptr) {
+        return get_multireg(low_byte(chip), requests, count);
+    }
+    int32_t result = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        ksl_reg_request &request = requests[i];
+        uint8_t bytes[sizeof request.data] = {};
+        result = __hwa_getreg(low_byte(chip), request.page, request.offset, request.length, bytes);
+        memcpy(request.data, bytes, request.length);
+    }
+    return result;
+}
+
+extern "C" int32_t __hwa_setreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, const uint8_t *buffer) {
+    const auto setreg = look_up<decltype(hwa_setreg)>("hwa_setreg");
+    if (setreg == nullptr) {
+        trace(points::setreg_missing);
+        return kMissing;
+    }
+    return setreg(low_byte(chip), low_byte(page), low_byte(offset), length, buffer);
+}
+
+extern "C" int32_t __hwa_getmacs(uint32_t chip, void *entries, uint32_t *count) {
+    const auto getmacs = look_up<decltype(hwa_getmacs)>("hwa_getmacs");
+    if (getmacs == nullptr) {
+        trace(points::getmacs_missing);
+        return kMissing;
+    }
+    return getmacs(low_byte(chip), entries, count);
+}
+
+extern "C" int32_t __hwa_engpowercmd(const uint8_t *command, uint32_t length, uint8_t *response,
+                                     uint32_t *response_length) {
+    const auto engpowercmd = look_up<decltype(hwa_engpowercmd)>("hwa_engpowercmd");
+    if (engpowercmd == nullptr) {
+        trace(points::engpowercmd_missing);
+        return kMissing;
+    }
+    return engpowercmd(command, length, response, response_length);
+}
+
+extern "C" int32_t __hwa_setswitchconfig(uint32_t chip, uint32_t configuration) {
+    const auto setswitchconfig = look_up<decltype(hwa_setswitchconfig)>("hwa_setswitchconfig");
+    if (setswitchconfig == nullptr) {
+        trace(points::setswitchconfig_missing);
+        return kMissing;
+    }
+    return setswitchconfig(low_byte(chip), configuration);
+}
+
+extern "C" int32_t __hwa_setmacfilter(uint32_t chip, uint32_t filter) {
+    const auto setmacfilter = look_up<decltype(hwa_setmacfilter)>("hwa_setmacfilter");
+    if (setmacfilter == nullptr) {
+        trace(points::setmacfilter_missing);
+        return kMissing;
+    }
+    return setmacfilter(low_byte(chip), filter);
+}
+
+extern "C" int32_t __hwa_reset_switch_chip(uint32_t chip) {
+    const auto resetswitch = look_up<decltype(hwa_resetswitch)>("hwa_resetswitch");
+    if (resetswitch == nullptr) {
+        trace(points::resetswitch_missing);
+        return kMissing;
+    }
+    return resetswitch(chip);
+}

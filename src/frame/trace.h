@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writing trace records. A record is numbers only: its text lives in the trace tables, for the readers.
+#pragma once
+
+#include <ksl/ksl.h>
+#include <trace_kbuf.h>
+
+#include <cstdint>
+#include <type_traits>
+
+namespace ksl {
+
+struct TracePoint {
+    uint32_t identifier;
+    uint32_t values;
+};
+
+consteval uint32_t count_names(const char *names) {
+    uint32_t count = 0;
+    for (const char *at = names; *at != '\0'; ++at) {
+        count += *at != ' ' && (at == names || at[-1] == ' ');
+    }
+    return count;
+}
+
+namespace points {
+#define KSL_TRACE_POINT(identifier, kind, name, values, text)                                                          \
+    inline constexpr TracePoint name{identifier, count_names(values)};
+#include "frame/trace_points.def"
+} // namespace points
+
+// Named by the compiler's complaint about a record whose values do not fit its trace point.
+inline void values_do_not_match_the_trace_point() {}
+
+// A trace point at the line that writes it.
+template <uint32_t Values>
+struct TracePlace {
+    consteval TracePlace(TracePoint point, uint32_t line = __builtin_LINE())
+        : header(Values << 16 | line), identifier(point.identifier) {
+        if (point.values != Values || Values > 9 || line > 0xFFFF) {
+            values_do_not_match_the_trace_point();
+        }
+    }
+
+    // The same point at another line: that of the operation for which a helper writes.
+    constexpr TracePlace at(uint32_t line) const {
+        TracePlace place = *this;
+        place.header = Values << 16 | line;
+        return place;
+    }
+
+    uint32_t header;
+    uint32_t identifier;
+};
+
+constexpr uint32_t trace_value(uint32_t value) {
+    return value;
+}
+
+constexpr uint32_t trace_value(int32_t value) {
+    return static_cast<uint32_t>(value);
+}
+
+inline uint32_t trace_value(const void *address) {
+    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(address));
+}
+
+// Writes one record; the result is the trace library's and may be ignored. Slots without a value are zero.
+template <class... Values>
+inline int32_t trace(std::type_identity_t<TracePlace<sizeof...(Values)>> place, Values... values) {
+    constexpr auto count = sizeof...(Values);
+    const uint32_t slots[9] = {trace_value(values)...};
+    if constexpr (count == 0) {
+        return trace_kbuf_write_all(ksl_trace_buffer, place.identifier, " ", place.header, 0);
+    } else if constexpr (count <= 5) {
+        return trace_kbuf_write_ints5(ksl_trace_buffer, place.header, place.identifier, slots[0], slots[1], slots[2],
+                                      slots[3], slots[4]);
+    } else {
+        return trace_kbuf_write_ints9(ksl_trace_buffer, place.header, place.identifier, slots[0], slots[1], slots[2],
+                                      slots[3], slots[4], slots[5], slots[6], slots[7], slots[8]);
+    }
+}
+
+} // namespace ksl

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+// Plain reads of the chip's status registers: self-test, link, switch mode, speed and duplex.
+#include "frame/call_frame.h"
+#include "frame/register_access.h"
+#include "port/trace_points.h"
+
+namespace {
+
+using namespace ksl;
+
+constexpr Register kSwitchMode{0x00, 0x00, 1};
+constexpr Register kBistStatus{0x01, 0x00, 6};
+constexpr Register kLinkStatus{0x01, 0x10, 4};
+constexpr Register kSecondLinkStatus{0x01, 0x14, 4};
+constexpr Register kPortSpeed{0x01, 0x18, 4};
+constexpr Register kPortDuplex{0x01, 0x1C, 4};
+
+} // namespace
+
+extern "C" int32_t ksl_read_bist_status_reg(uint32_t chip, uint8_t *out) {
+    const CallFrame frame;
+    trace(points::read_bist_status_reg_entry, chip);
+    if (out == nullptr) {
+        return -1;
+    }
+    uint8_t bytes[kRegisterBytes] = {};
+    const int32_t result = read_register(chip, kBistStatus, bytes);
+    if (result == 0) {
+        for (uint32_t i = 0; i < kBistStatus.length; ++i) {
+            trace(points::read_bist_status_reg_byte, bytes[i]);
+        }
+        // Two bytes more than the register has: callers hold the status in two words.
+        __hwa_copy_status_bytes(bytes, out, 8);
+    }
+    trace(points::read_bist_status_reg_exit, out[0] >> 7);
+    return frame.leave(result);
+}
+
+extern "C" int32_t ksl_read_link_status_regs(uint32_t chip, uint8_t *out1, uint8_t *out2) {
+    const CallFrame frame;
+    trace(points::read_link_status_regs_entry, chip);
+    if (out1 == nullptr) {
+        return -1;
+    }
+    uint8_t first[kRegisterBytes] = {};
+    int32_t result = read_register(chip, kLinkStatus, first);
+    if (result == 0) {
+        __hwa_copy_status_bytes(first, out1, 4);
+        trace(points::read_link_status_regs_first, out1);
+        uint8_t second[kRegisterBytes] = {};
+        result = read_register(chip, kSecondLinkStatus, second);
+        if (result == 0) {
+            __hwa_copy_status_bytes(second, out2, 4);
+        }
+    }
+    trace(points::read_link_status_regs_exit, out2, result);
+    return frame.leave(result);
+}
+
+extern "C" int32_t ksl_read_link_status_reg(uint32_t chip, uint8_t *out) {
+    const CallFrame frame;
+    trace(points::read_link_status_reg_entry, chip);
+    if (out == nullptr) {
+        return -1;
+    }
+    uint8_t bytes[kRegisterBytes] = {};
+    const int32_t result = read_register(chip, kLinkStatus, bytes);
+    if (result == 0) {
+        __hwa_copy_status_bytes(bytes, out, 4);
+    }
+    trace(points::read_link_status_reg_exit, out, result);
+    return frame.leave(result);
+}
+
+extern "C" int32_t ksl_read_switch_mode_reg(uint32_t chip, uint8_t *out) {
+    const CallFrame frame;
+    trace(points::read_switch_mode_reg_entry, chip);
+    if (out == nullptr) {
+        return -1;
+    }
+    uint8_t bytes[kRegisterBytes] = {};
+    const int32_t result = read_register(chip, kSwitchMode, bytes);
+    if (result == 0) {
+        // A whole word: the register's byte and three zero bytes.
+        __hwa_copy_status_bytes(bytes, out, 4);
+    }
+    trace(points::read_switch_mode_reg_exit, out);
+    return frame.leave(result);
+}
+
+extern "C" int32_t ksl_read_port_speed_reg(uint32_t chip, uint8_t *out) {
+    const CallFrame frame;
+    trace(points::read_port_speed_reg_entry, chip);
+    if (out == nullptr) {
+        return -1;
+    }
+    uint8_t bytes[kRegisterBytes];
+    const int32_t result = read_register(chip, kPortSpeed, bytes);
+    if (result == 0) {
+        __hwa_copy_status_bytes(bytes, out, 4);
+    }
+    trace(points::read_port_speed_reg_exit, out);
+    return frame.leave(result);
+}
+
+extern "C" int32_t ksl_read_port_duplex_reg(uint32_t chip, uint8_t *out) {
+    const CallFrame frame;
+    trace(points::read_port_duplex_reg_entry, chip);
+    if (out == nullptr) {
+        return -1;
+    }
+    uint8_t bytes[kRegisterBytes] = {};
+    const int32_t result = read_register(chip, kPortDuplex, bytes);
+    if (result == 0) {
+        __hwa_copy_status_bytes(bytes, out, 4);
+    }
+    trace(points::read_port_duplex_reg_exit, out);
+    return frame.leave(result);
+}

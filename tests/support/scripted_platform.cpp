@@ -1,0 +1,389 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scripted_platform.h"
+
+#include <hwa.h>
+#include <trace_kbuf.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+// Inside this link malloc and free are the wrapped ones.
+extern "C" void *__real_malloc(size_t size);
+extern "C" void __real_free(void *block);
+
+namespace ksl::test {
+
+namespace {
+
+ScriptedPlatform *script;
+
+ScriptedPlatform &active() {
+    if (script == nullptr) {
+        std::fputs("the library called its platform outside of a ScriptedPlatform\n", stderr);
+        std::abort();
+    }
+    return *script;
+}
+
+std::string hex(uint64_t value) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
+    return text;
+}
+
+std::string joined(const std::vector<uint32_t> &values) {
+    std::string text;
+    for (const uint32_t value : values) {
+        text += " " + hex(value);
+    }
+    return text;
+}
+
+std::string hex_bytes(const uint8_t *bytes, uint32_t length) {
+    std::string text;
+    for (uint32_t i = 0; i < length; ++i) {
+        text += " " + hex(bytes[i]);
+    }
+    return text;
+}
+
+std::string access_text(const std::string &name, uint32_t chip, uint32_t page, uint32_t offset, uint32_t length) {
+    return name + " chip=" + hex(chip) + " page=" + hex(page) + " offset=" + hex(offset) +
+           " length=" + std::to_string(length);
+}
+
+std::string record_text(const char *operation, uint32_t descriptor, uint32_t count, uint32_t identifier,
+                        const std::vector<uint32_t> &slots) {
+    return std::string(operation) + " buffer=" + hex(descriptor) + " count=" + std::to_string(count) + " point=" +
+           hex(identifier) + " slots:" + joined(slots);
+}
+
+void note(const std::string &text) {
+    active().calls.push_back({text});
+}
+
+void note_record(const char *operation, uint32_t descriptor, uint32_t header, uint32_t identifier,
+                 const std::vector<uint32_t> &slots) {
+    active().calls.push_back({record_text(operation, descriptor, header >> 16, identifier, slots), header & 0xFFFF,
+                              identifier, header >> 16});
+}
+
+const std::string kLookup = "look up ";
+
+// Folds the look-up that must stand just before the call into it.
+void note_entry_point(const std::string &name, const std::string &text) {
+    Calls &calls = active().calls;
+    if (!calls.empty() && calls.back().text == kLookup + name) {
+        calls.pop_back();
+        note("looked up " + text);
+    } else {
+        note("linked " + text);
+    }
+}
+
+int32_t access_result() {
+    ScriptedPlatform &platform = active();
+    const auto failure = platform.failures.find(++platform.accesses);
+    return failure == platform.failures.end() ? 0 : failure->second;
+}
+
+void deliver(const Bytes &bytes, uint32_t length, uint8_t *buffer) {
+    for (uint32_t i = 0; i < length && i < active().delivered_bytes; ++i) {
+        buffer[i] = i < bytes.size() ? bytes[i] : uint8_t{0};
+    }
+}
+
+Bytes next_read(uint8_t page, uint8_t offset) {
+    ScriptedPlatform &platform = active();
+    if (!platform.successive_reads.empty()) {
+        const Bytes bytes = platform.successive_reads.front();
+        platform.successive_reads.pop_front();
+        return bytes;
+    }
+    const auto found = platform.registers.find({page, offset});
+    return found == platform.registers.end() ? Bytes{} : found->second;
+}
+
+int32_t scripted_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer) {
+    note_entry_point("hwa_getreg", access_text("hwa_getreg", chip, page, offset, length));
+    const int32_t result = access_result();
+    const Bytes bytes = next_read(page, offset);
+    if (result == 0 || active().failing_reads_deliver) {
+        deliver(bytes, length, buffer);
+    }
+    return result;
+}
+
+int32_t scripted_setreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, const uint8_t *buffer) {
+    note_entry_point("hwa_setreg", access_text("hwa_setreg", chip, page, offset, length) + " bytes:" +
+                                       hex_bytes(buffer, length));
+    return access_result();
+}
+
+std::string entry_point_text(const std::string &name, const std::vector<uint64_t> &arguments) {
+    std::string text = name;
+    for (const uint64_t argument : arguments) {
+        text += " " + hex(argument);
+    }
+    return text;
+}
+
+template <class... Arguments>
+int32_t noted(const std::string &name, Arguments... arguments) {
+    note_entry_point(name, entry_point_text(name, {static_cast<uint64_t>(arguments)...}));
+    return active().result;
+}
+
+uint64_t whole_address(const void *pointer) {
+    return reinterpret_cast<uintptr_t>(pointer);
+}
+
+int32_t scripted_get_multireg(uint8_t chip, ksl_reg_request *requests, uint32_t count) {
+    if (active().on_get_multireg) {
+        active().on_get_multireg(requests, count);
+    }
+    return noted("hwa_get_multireg", chip, whole_address(requests), count);
+}
+
+int32_t scripted_getmacs(uint8_t chip, void *entries, uint32_t *count) {
+    return noted("hwa_getmacs", chip, whole_address(entries), whole_address(count));
+}
+
+int32_t scripted_engpowercmd(const uint8_t *command, uint32_t length, uint8_t *response, uint32_t *response_length) {
+    return noted("hwa_engpowercmd", whole_address(command), length, whole_address(response),
+                 whole_address(response_length));
+}
+
+int32_t scripted_setswitchconfig(uint8_t chip, uint32_t configuration) {
+    return noted("hwa_setswitchconfig", chip, configuration);
+}
+
+int32_t scripted_setmacfilter(uint8_t chip, uint32_t filter) {
+    return noted("hwa_setmacfilter", chip, filter);
+}
+
+int32_t scripted_resetswitch(uint32_t chip) {
+    return noted("hwa_resetswitch", chip);
+}
+
+template <class Function>
+void *pointer_to(Function *function) {
+    return reinterpret_cast<void *>(function);
+}
+
+void *scripted_entry_point(const std::string &name) {
+    static const std::map<std::string, void *> entry_points{
+        {"hwa_getreg", pointer_to(scripted_getreg)},
+        {"hwa_get_multireg", pointer_to(scripted_get_multireg)},
+        {"hwa_setreg", pointer_to(scripted_setreg)},
+        {"hwa_getmacs", pointer_to(scripted_getmacs)},
+        {"hwa_engpowercmd", pointer_to(scripted_engpowercmd)},
+        {"hwa_setswitchconfig", pointer_to(scripted_setswitchconfig)},
+        {"hwa_setmacfilter", pointer_to(scripted_setmacfilter)},
+        {"hwa_resetswitch", pointer_to(scripted_resetswitch)},
+    };
+    const auto found = entry_points.find(name);
+    return found == entry_points.end() || active().missing_entry_points.count(name) != 0 ? nullptr : found->second;
+}
+
+std::string handle_text(const void *handle) {
+    return handle == nullptr ? "null" : handle == kFirstHandle ? "first" : handle == kSecondHandle ? "second" : "?";
+}
+
+char first_handle;
+char second_handle;
+char loader_error[] = "cannot open shared object file";
+
+} // namespace
+
+void *const kFirstHandle = &first_handle;
+void *const kSecondHandle = &second_handle;
+const char *const kLoaderError = loader_error;
+
+Calls &Calls::operator+=(const Calls &more) {
+    insert(end(), more.begin(), more.end());
+    return *this;
+}
+
+std::string Calls::text() const {
+    std::string all;
+    for (const Call &call : *this) {
+        all += call.text + "\n";
+    }
+    return all;
+}
+
+Call stamp_start() {
+    return {"gettimeofday start"};
+}
+
+Call stamp_end() {
+    return {"gettimeofday end"};
+}
+
+Call getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length) {
+    return {"looked up " + access_text("hwa_getreg", chip, page, offset, length)};
+}
+
+Call getreg_by_link(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length) {
+    return {"linked " + access_text("hwa_getreg", chip, page, offset, length)};
+}
+
+Call setreg(uint32_t chip, uint32_t page, uint32_t offset, const Bytes &bytes) {
+    const auto length = static_cast<uint32_t>(bytes.size());
+    return {"looked up " + access_text("hwa_setreg", chip, page, offset, length) + " bytes:" +
+            hex_bytes(bytes.data(), length)};
+}
+
+Call entry_point(const std::string &name, std::initializer_list<uint64_t> arguments) {
+    return {"looked up " + entry_point_text(name, arguments)};
+}
+
+Call lookup_missing(const std::string &name) {
+    return {kLookup + name + ": missing"};
+}
+
+Call platform_call(const std::string &text) {
+    return {text};
+}
+
+uint32_t address(const void *pointer) {
+    return trace_value(pointer);
+}
+
+Call record(TracePoint point, const std::vector<uint32_t> &values) {
+    const size_t count = values.size();
+    if (count != point.values) {
+        throw std::logic_error("a record of trace point " + hex(point.identifier) + " has " +
+                               std::to_string(point.values) + " values");
+    }
+    std::vector<uint32_t> slots = values;
+    slots.resize(count == 0 ? 0 : count <= 5 ? 5 : 9);
+    const char *operation = count == 0 ? "write_all" : count <= 5 ? "write_ints5" : "write_ints9";
+    return {record_text(operation, ksl_trace_buffer, point.values, point.identifier, slots)};
+}
+
+ScriptedPlatform::ScriptedPlatform() {
+    script = this;
+}
+
+ScriptedPlatform::~ScriptedPlatform() {
+    script = nullptr;
+    for (void *block : allocated) {
+        __real_free(block);
+    }
+}
+
+Calls ScriptedPlatform::take() {
+    accesses = 0;
+    return std::exchange(calls, {});
+}
+
+} // namespace ksl::test
+
+// ---- What the library is linked with ----
+
+using namespace ksl::test;
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+int32_t hwa_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer) {
+    return scripted_getreg(chip, page, offset, length, buffer);
+}
+
+int trace_kbuf_init_buffer(uint32_t *descriptor, const char *name, uint32_t size) {
+    note("trace_kbuf_init_buffer " + std::string(descriptor == &ksl_trace_buffer ? "ksl_trace_buffer " : "? ") + name +
+         " " + std::to_string(size));
+    *descriptor = kDescriptor;
+    return 0;
+}
+
+int trace_kbuf_write_ints5(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
+                           uint32_t v2, uint32_t v3, uint32_t v4) {
+    note_record("write_ints5", descriptor, header, identifier, {v0, v1, v2, v3, v4});
+    return active().trace_result;
+}
+
+int trace_kbuf_write_ints9(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
+                           uint32_t v2, uint32_t v3, uint32_t v4, uint32_t v5, uint32_t v6, uint32_t v7, uint32_t v8) {
+    note_record("write_ints9", descriptor, header, identifier, {v0, v1, v2, v3, v4, v5, v6, v7, v8});
+    return active().trace_result;
+}
+
+int trace_kbuf_write_all(uint32_t descriptor, uint32_t identifier, const char *text, uint32_t line, uint32_t zero) {
+    if (std::strcmp(text, " ") != 0 || zero != 0) {
+        note("write_all with text \"" + std::string(text) + "\" and " + std::to_string(zero));
+    }
+    note_record("write_all", descriptor, line, identifier, {});
+    return active().trace_result;
+}
+
+int trace_kbuf_free(uint32_t *descriptor) {
+    note("trace_kbuf_free " + std::string(descriptor == &ksl_trace_buffer ? "ksl_trace_buffer" : "?"));
+    *descriptor = 0;
+    return 0;
+}
+
+void *__wrap_dlopen(const char *file, int flags) {
+    note("dlopen " + std::string(file) + " " + std::to_string(flags));
+    active().opened_names.push_back(file);
+    if (active().libraries.count(file) == 0) {
+        return nullptr;
+    }
+    return std::strcmp(file, "libhwa.so") == 0 ? kFirstHandle : kSecondHandle;
+}
+
+char *__wrap_dlerror() {
+    note("dlerror");
+    return loader_error;
+}
+
+int __wrap_dlclose(void *handle) {
+    note("dlclose " + handle_text(handle));
+    return 0;
+}
+
+void *__wrap_dlsym(void *handle, const char *name) {
+    if (handle != ksl_hwa_handle) {
+        note("dlsym through " + handle_text(handle) + ", not through ksl_hwa_handle");
+    }
+    void *const found = scripted_entry_point(name);
+    note(kLookup + name + (found == nullptr ? ": missing" : ""));
+    return found;
+}
+
+int __wrap_gettimeofday(timeval *time, void *zone) {
+    const char *const which = time == &ksl_start_time ? "start" : time == &ksl_end_time ? "end" : "?";
+    note("gettimeofday " + std::string(which) + (zone == &ksl_time_zone ? "" : " without ksl_time_zone"));
+    ScriptedPlatform &platform = active();
+    *time = platform.now;
+    const auto microseconds = static_cast<uint32_t>(platform.now.tv_usec) + platform.clock_step;
+    platform.now.tv_sec += microseconds / 1000000;
+    platform.now.tv_usec = microseconds % 1000000;
+    return 0;
+}
+
+void *__wrap_malloc(size_t size) {
+    note("malloc " + std::to_string(size));
+    if (active().malloc_fails) {
+        return nullptr;
+    }
+    active().allocated.push_back(__real_malloc(size));
+    return active().allocated.back();
+}
+
+void __wrap_free(void *block) {
+    auto &allocated = active().allocated;
+    const auto found = std::find(allocated.begin(), allocated.end(), block);
+    note("free " + std::string(block == nullptr ? "null" : found == allocated.end() ? "?" : "an allocated block"));
+    if (found != allocated.end()) {
+        allocated.erase(found);
+        __real_free(block);
+    }
+}
+}
+#pragma GCC visibility pop

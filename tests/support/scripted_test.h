@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// The fixture of tests that run the library over the scripted platform.
+#pragma once
+
+#include "scripted_platform.h"
+
+#include <gtest/gtest.h>
+
+namespace ksl::test {
+
+class Scripted : public testing::Test {
+protected:
+    ScriptedPlatform platform;
+};
+
+// The library opened, and the calls of that forgotten.
+class Opened : public Scripted {
+protected:
+    Opened() {
+        ksl_init();
+        platform.take();
+    }
+
+    ~Opened() override {
+        ksl_disable_time();
+        ksl_terminate();
+    }
+};
+
+} // namespace ksl::test
