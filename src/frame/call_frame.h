@@ -6,12 +6,21 @@
 
 namespace ksl {
 
+// Writes the run time of the operation that was stamped last.
+[[gnu::cold]] void trace_run_time();
+
 class CallFrame {
 public:
     CallFrame() { gettimeofday(&ksl_start_time, &ksl_time_zone); }
 
     // An operation that returns without it leaves no end stamp and no run time.
-    int32_t leave(int32_t result) const;
+    int32_t leave(int32_t result) const {
+        gettimeofday(&ksl_end_time, &ksl_time_zone);
+        if (ksl_time_enabled != 0) {
+            trace_run_time();
+        }
+        return result;
+    }
 };
 
 } // namespace ksl

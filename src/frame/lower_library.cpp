@@ -1,40 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 // The one road to the lower switch-access library: a shim for each entry point, looked up by name on every call.
-#include "frame/trace.h"
+#include "frame/lower_library.h"
 
 #include <cstring>
-#include <dlfcn.h>
-#include <hwa.h>
-
-namespace {
 
 using namespace ksl;
 
-constexpr int32_t kMissing = -1;
-
-// The handle is used as it is: a null one searches the process's global scope.
-template <class EntryPoint>
-EntryPoint *look_up(const char *name) {
-    return reinterpret_cast<EntryPoint *>(dlsym(ksl_hwa_handle, name));
+int32_t ksl::getreg_missing() {
+    trace(points::getreg_missing);
+    return kMissing;
 }
 
-constexpr uint8_t low_byte(uint32_t value) {
-    return static_cast<uint8_t>(value);
+int32_t ksl::setreg_missing() {
+    trace(points::setreg_missing);
+    return kMissing;
 }
-
-} // namespace
 
 extern "C" int32_t __hwa_getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer) {
-    const auto getreg = look_up<decltype(hwa_getreg)>("hwa_getreg");
-    if (getreg == nullptr) {
-        trace(points::getreg_missing);
-        return kMissing;
-    }
-    return getreg(low_byte(chip), low_byte(page), low_byte(offset), length, buffer);
+    return getreg(chip, page, offset, length, buffer);
 }
 
 extern "C" int32_t __hwa_get_multireg(uint32_t chip, ksl_reg_request *requests, uint32_t count) {
-    const auto get_multireg = look_up<decltype(hwa_get_multireg)>("hwa_get_multireg");
+    const auto get_multireg = look_up<decltype(hwa_get_multireg)>(kGetMultireg);
     if (get_multireg != nullptr) {
         return get_multireg(low_byte(chip), requests, count);
     }
@@ -49,16 +36,11 @@ extern "C" int32_t __hwa_get_multireg(uint32_t chip, ksl_reg_request *requests, 
 }
 
 extern "C" int32_t __hwa_setreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, const uint8_t *buffer) {
-    const auto setreg = look_up<decltype(hwa_setreg)>("hwa_setreg");
-    if (setreg == nullptr) {
-        trace(points::setreg_missing);
-        return kMissing;
-    }
-    return setreg(low_byte(chip), low_byte(page), low_byte(offset), length, buffer);
+    return setreg(chip, page, offset, length, buffer);
 }
 
 extern "C" int32_t __hwa_getmacs(uint32_t chip, void *entries, uint32_t *count) {
-    const auto getmacs = look_up<decltype(hwa_getmacs)>("hwa_getmacs");
+    const auto getmacs = look_up<decltype(hwa_getmacs)>(kGetmacs);
     if (getmacs == nullptr) {
         trace(points::getmacs_missing);
         return kMissing;
@@ -68,7 +50,7 @@ extern "C" int32_t __hwa_getmacs(uint32_t chip, void *entries, uint32_t *count) 
 
 extern "C" int32_t __hwa_engpowercmd(const uint8_t *command, uint32_t length, uint8_t *response,
                                      uint32_t *response_length) {
-    const auto engpowercmd = look_up<decltype(hwa_engpowercmd)>("hwa_engpowercmd");
+    const auto engpowercmd = look_up<decltype(hwa_engpowercmd)>(kEngpowercmd);
     if (engpowercmd == nullptr) {
         trace(points::engpowercmd_missing);
         return kMissing;
@@ -77,7 +59,7 @@ extern "C" int32_t __hwa_engpowercmd(const uint8_t *command, uint32_t length, ui
 }
 
 extern "C" int32_t __hwa_setswitchconfig(uint32_t chip, uint32_t configuration) {
-    const auto setswitchconfig = look_up<decltype(hwa_setswitchconfig)>("hwa_setswitchconfig");
+    const auto setswitchconfig = look_up<decltype(hwa_setswitchconfig)>(kSetswitchconfig);
     if (setswitchconfig == nullptr) {
         trace(points::setswitchconfig_missing);
         return kMissing;
@@ -86,7 +68,7 @@ extern "C" int32_t __hwa_setswitchconfig(uint32_t chip, uint32_t configuration) 
 }
 
 extern "C" int32_t __hwa_setmacfilter(uint32_t chip, uint32_t filter) {
-    const auto setmacfilter = look_up<decltype(hwa_setmacfilter)>("hwa_setmacfilter");
+    const auto setmacfilter = look_up<decltype(hwa_setmacfilter)>(kSetmacfilter);
     if (setmacfilter == nullptr) {
         trace(points::setmacfilter_missing);
         return kMissing;
@@ -95,7 +77,7 @@ extern "C" int32_t __hwa_setmacfilter(uint32_t chip, uint32_t filter) {
 }
 
 extern "C" int32_t __hwa_reset_switch_chip(uint32_t chip) {
-    const auto resetswitch = look_up<decltype(hwa_resetswitch)>("hwa_resetswitch");
+    const auto resetswitch = look_up<decltype(hwa_resetswitch)>(kResetswitch);
     if (resetswitch == nullptr) {
         trace(points::resetswitch_missing);
         return kMissing;

@@ -2,7 +2,8 @@
 // Register accesses as the operations make them: each leaves either a dump of its bytes or a failure record.
 #pragma once
 
-#include "frame/trace.h"
+#include "frame/lower_library.h"
+#include "frame/status_bytes.h"
 
 namespace ksl {
 
@@ -16,7 +17,37 @@ struct Register {
 // No register is longer.
 constexpr uint32_t kRegisterBytes = 8;
 
-// Reads a register and dumps its bytes, or records the failure at the operation's line.
-int32_t read_register(uint32_t chip, const Register &place, uint8_t *bytes, uint32_t line = __builtin_LINE());
+// Writes one of the failure records, which all carry the place as it was asked for. Its arguments fit into registers,
+// as every access has a call of it.
+[[gnu::cold]] void trace_failure(uint32_t header, uint32_t identifier, uint32_t page, uint32_t offset, uint32_t length);
+
+// Reads a register and dumps its bytes, or writes the given failure record.
+[[gnu::always_inline]] inline int32_t read_register(uint32_t chip, const Register &place, uint8_t *bytes,
+                                                    TracePlace<3> failure) {
+    const int32_t result = getreg(chip, place.page, place.offset, place.length, bytes);
+    if (result == 0) {
+        trace_status_bytes(bytes, place.length);
+    } else {
+        trace_failure(failure.header, failure.identifier, place.page, place.offset, place.length);
+    }
+    return result;
+}
+
+// The same with the failure record that nearly every operation shares, at the operation's line.
+[[gnu::always_inline]] inline int32_t read_register(uint32_t chip, const Register &place, uint8_t *bytes,
+                                                    uint32_t line = __builtin_LINE()) {
+    constexpr TracePlace<3> failed = points::register_read_failed;
+    return read_register(chip, place, bytes, failed.at(line));
+}
+
+// Writes a register, or the given failure record.
+[[gnu::always_inline]] inline int32_t write_register(uint32_t chip, const Register &place, const uint8_t *bytes,
+                                                     TracePlace<3> failure) {
+    const int32_t result = setreg(chip, place.page, place.offset, place.length, bytes);
+    if (result != 0) {
+        trace_failure(failure.header, failure.identifier, place.page, place.offset, place.length);
+    }
+    return result;
+}
 
 } // namespace ksl

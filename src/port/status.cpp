@@ -30,7 +30,7 @@ extern "C" int32_t ksl_read_bist_status_reg(uint32_t chip, uint8_t *out) {
             trace(points::read_bist_status_reg_byte, bytes[i]);
         }
         // Two bytes more than the register has: callers hold the status in two words.
-        __hwa_copy_status_bytes(bytes, out, 8);
+        copy_status_bytes(bytes, out, 8);
     }
     trace(points::read_bist_status_reg_exit, out[0] >> 7);
     return frame.leave(result);
@@ -45,12 +45,12 @@ extern "C" int32_t ksl_read_link_status_regs(uint32_t chip, uint8_t *out1, uint8
     uint8_t first[kRegisterBytes] = {};
     int32_t result = read_register(chip, kLinkStatus, first);
     if (result == 0) {
-        __hwa_copy_status_bytes(first, out1, 4);
+        copy_status_bytes(first, out1, 4);
         trace(points::read_link_status_regs_first, out1);
         uint8_t second[kRegisterBytes] = {};
         result = read_register(chip, kSecondLinkStatus, second);
         if (result == 0) {
-            __hwa_copy_status_bytes(second, out2, 4);
+            copy_status_bytes(second, out2, 4);
         }
     }
     trace(points::read_link_status_regs_exit, out2, result);
@@ -66,7 +66,7 @@ extern "C" int32_t ksl_read_link_status_reg(uint32_t chip, uint8_t *out) {
     uint8_t bytes[kRegisterBytes] = {};
     const int32_t result = read_register(chip, kLinkStatus, bytes);
     if (result == 0) {
-        __hwa_copy_status_bytes(bytes, out, 4);
+        copy_status_bytes(bytes, out, 4);
     }
     trace(points::read_link_status_reg_exit, out, result);
     return frame.leave(result);
@@ -82,7 +82,7 @@ extern "C" int32_t ksl_read_switch_mode_reg(uint32_t chip, uint8_t *out) {
     const int32_t result = read_register(chip, kSwitchMode, bytes);
     if (result == 0) {
         // A whole word: the register's byte and three zero bytes.
-        __hwa_copy_status_bytes(bytes, out, 4);
+        copy_status_bytes(bytes, out, 4);
     }
     trace(points::read_switch_mode_reg_exit, out);
     return frame.leave(result);
@@ -97,7 +97,7 @@ extern "C" int32_t ksl_read_port_speed_reg(uint32_t chip, uint8_t *out) {
     uint8_t bytes[kRegisterBytes];
     const int32_t result = read_register(chip, kPortSpeed, bytes);
     if (result == 0) {
-        __hwa_copy_status_bytes(bytes, out, 4);
+        copy_status_bytes(bytes, out, 4);
     }
     trace(points::read_port_speed_reg_exit, out);
     return frame.leave(result);
@@ -112,7 +112,7 @@ extern "C" int32_t ksl_read_port_duplex_reg(uint32_t chip, uint8_t *out) {
     uint8_t bytes[kRegisterBytes] = {};
     const int32_t result = read_register(chip, kPortDuplex, bytes);
     if (result == 0) {
-        __hwa_copy_status_bytes(bytes, out, 4);
+        copy_status_bytes(bytes, out, 4);
     }
     trace(points::read_port_duplex_reg_exit, out);
     return frame.leave(result);

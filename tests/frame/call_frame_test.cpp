@@ -22,8 +22,7 @@ TEST_F(Helpers, EveryLengthIsDumpedByAPointOfItsOwn) {
         SCOPED_TRACE(length);
         platform.trace_result = static_cast<int32_t>(40 + length);
         EXPECT_EQ(__print_status_array(kBytes, length), platform.trace_result);
-        EXPECT_EQ(platform.take(),
-                  (Calls{record(points[length - 1], std::vector<uint32_t>(kBytes, kBytes + length))}));
+        EXPECT_EQ(platform.take(), (Calls{record(points[length - 1], std::vector<uint32_t>(kBytes, kBytes + length))}));
     }
 }
 

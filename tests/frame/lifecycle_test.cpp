@@ -33,8 +33,7 @@ protected:
 
 TEST_F(Lifecycle, InitBindsTheFirstLibrary) {
     ksl_init();
-    EXPECT_EQ(platform.take(),
-              (Calls{open_trace, open_first, record(points::lower_library_bound), allocate}));
+    EXPECT_EQ(platform.take(), (Calls{open_trace, open_first, record(points::lower_library_bound), allocate}));
     EXPECT_EQ(ksl_hwa_handle, kFirstHandle);
     EXPECT_EQ(ksl_trace_buffer, kDescriptor);
     ASSERT_EQ(platform.allocated.size(), 1u);
@@ -113,8 +112,8 @@ TEST_F(Lifecycle, TerminateReleasesEverythingButThePointerToTheWorkArea) {
     platform.take();
     void *const scratch = ksl_scratch_buffer;
     ksl_terminate();
-    EXPECT_EQ(platform.take(), (Calls{platform_call("trace_kbuf_free ksl_trace_buffer"),
-                                      platform_call("dlclose first"), platform_call("free an allocated block")}));
+    EXPECT_EQ(platform.take(), (Calls{platform_call("trace_kbuf_free ksl_trace_buffer"), platform_call("dlclose first"),
+                                      platform_call("free an allocated block")}));
     EXPECT_EQ(ksl_hwa_handle, nullptr);
     EXPECT_EQ(ksl_scratch_buffer, scratch);
     EXPECT_TRUE(platform.allocated.empty());

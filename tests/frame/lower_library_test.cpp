@@ -43,8 +43,8 @@ TEST_F(LowerLibrary, TheOthersPassTheirArguments) {
     __hwa_getmacs(0x1FF, first, &number);
     EXPECT_EQ(platform.take(), (Calls{entry_point("hwa_getmacs", {0xFF, whole(first), whole(&number)})}));
     __hwa_engpowercmd(first, 0x12345678, second, &number);
-    EXPECT_EQ(platform.take(), (Calls{entry_point("hwa_engpowercmd",
-                                                  {whole(first), 0x12345678, whole(second), whole(&number)})}));
+    EXPECT_EQ(platform.take(),
+              (Calls{entry_point("hwa_engpowercmd", {whole(first), 0x12345678, whole(second), whole(&number)})}));
     __hwa_setswitchconfig(0x1FF, 0x12345678);
     EXPECT_EQ(platform.take(), (Calls{entry_point("hwa_setswitchconfig", {0xFF, 0x12345678})}));
     __hwa_setmacfilter(0x1FF, 0x12345678);
@@ -135,8 +135,7 @@ TEST_F(MultiReadFallback, ReadsOneAfterTheOther) {
     EXPECT_EQ(platform.take(),
               (Calls{lookup_missing("hwa_get_multireg"), getreg(2, 0x20, 0x00, 8), getreg(2, 0x20, 0x50, 4)}));
     EXPECT_EQ(Bytes(requests[0].data, requests[0].data + 8), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
-    EXPECT_EQ(Bytes(requests[1].data, requests[1].data + 8),
-              (Bytes{0xA1, 0xA2, 0xA3, 0xA4, 0xEE, 0xEE, 0xEE, 0xEE}));
+    EXPECT_EQ(Bytes(requests[1].data, requests[1].data + 8), (Bytes{0xA1, 0xA2, 0xA3, 0xA4, 0xEE, 0xEE, 0xEE, 0xEE}));
     for (const ksl_reg_request &request : requests) {
         EXPECT_EQ(request.page, 0x20);
         EXPECT_EQ(request.reserved[0], 0xEE);

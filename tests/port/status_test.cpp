@@ -38,21 +38,20 @@ TEST_F(StatusReads, BistGivesSixBytesAndTwoZeros) {
     platform.registers[{1, 0x00}] = {0x81, 0x02, 0x03, 0x04, 0x05, 0x06};
     EXPECT_EQ(ksl_read_bist_status_reg(0x102, out), 0);
     EXPECT_TRUE(out.holds({0x81, 0x02, 0x03, 0x04, 0x05, 0x06, 0x00, 0x00}));
-    EXPECT_EQ(platform.take(),
-              (Calls{
-                  stamp_start(),
-                  record(points::read_bist_status_reg_entry, 0x102),
-                  getreg(2, 1, 0x00, 6),
-                  record(points::status_bytes_6, 0x81, 0x02, 0x03, 0x04, 0x05, 0x06),
-                  record(points::read_bist_status_reg_byte, 0x81),
-                  record(points::read_bist_status_reg_byte, 0x02),
-                  record(points::read_bist_status_reg_byte, 0x03),
-                  record(points::read_bist_status_reg_byte, 0x04),
-                  record(points::read_bist_status_reg_byte, 0x05),
-                  record(points::read_bist_status_reg_byte, 0x06),
-                  record(points::read_bist_status_reg_exit, 1),
-                  stamp_end(),
-              }));
+    EXPECT_EQ(platform.take(), (Calls{
+                                   stamp_start(),
+                                   record(points::read_bist_status_reg_entry, 0x102),
+                                   getreg(2, 1, 0x00, 6),
+                                   record(points::status_bytes_6, 0x81, 0x02, 0x03, 0x04, 0x05, 0x06),
+                                   record(points::read_bist_status_reg_byte, 0x81),
+                                   record(points::read_bist_status_reg_byte, 0x02),
+                                   record(points::read_bist_status_reg_byte, 0x03),
+                                   record(points::read_bist_status_reg_byte, 0x04),
+                                   record(points::read_bist_status_reg_byte, 0x05),
+                                   record(points::read_bist_status_reg_byte, 0x06),
+                                   record(points::read_bist_status_reg_exit, 1),
+                                   stamp_end(),
+                               }));
 }
 
 TEST_F(StatusReads, BistExitShowsTheTopBitOnly) {
@@ -232,18 +231,48 @@ TEST_P(OneRegisterRead, StartsFromAClearedBuffer) {
     EXPECT_TRUE(out.holds({0, 0, 0, 0}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Status, OneRegisterRead,
-    testing::Values(
-        OneRegister{"mode", ksl_read_switch_mode_reg, 0, 0x00, {0x5A}, points::status_bytes_1,
-                    points::read_switch_mode_reg_entry, points::read_switch_mode_reg_exit, false, true},
-        OneRegister{"speed", ksl_read_port_speed_reg, 1, 0x18, {0x80, 0x01, 0x02, 0x03}, points::status_bytes_4,
-                    points::read_port_speed_reg_entry, points::read_port_speed_reg_exit, false, false},
-        OneRegister{"duplex", ksl_read_port_duplex_reg, 1, 0x1C, {0x80, 0x04, 0x05, 0x06}, points::status_bytes_4,
-                    points::read_port_duplex_reg_entry, points::read_port_duplex_reg_exit, false, true},
-        OneRegister{"link", ksl_read_link_status_reg, 1, 0x10, {0x80, 0x07, 0x08, 0x09}, points::status_bytes_4,
-                    points::read_link_status_reg_entry, points::read_link_status_reg_exit, true, true}),
-    [](const auto &row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Status, OneRegisterRead,
+                         testing::Values(OneRegister{"mode",
+                                                     ksl_read_switch_mode_reg,
+                                                     0,
+                                                     0x00,
+                                                     {0x5A},
+                                                     points::status_bytes_1,
+                                                     points::read_switch_mode_reg_entry,
+                                                     points::read_switch_mode_reg_exit,
+                                                     false,
+                                                     true},
+                                         OneRegister{"speed",
+                                                     ksl_read_port_speed_reg,
+                                                     1,
+                                                     0x18,
+                                                     {0x80, 0x01, 0x02, 0x03},
+                                                     points::status_bytes_4,
+                                                     points::read_port_speed_reg_entry,
+                                                     points::read_port_speed_reg_exit,
+                                                     false,
+                                                     false},
+                                         OneRegister{"duplex",
+                                                     ksl_read_port_duplex_reg,
+                                                     1,
+                                                     0x1C,
+                                                     {0x80, 0x04, 0x05, 0x06},
+                                                     points::status_bytes_4,
+                                                     points::read_port_duplex_reg_entry,
+                                                     points::read_port_duplex_reg_exit,
+                                                     false,
+                                                     true},
+                                         OneRegister{"link",
+                                                     ksl_read_link_status_reg,
+                                                     1,
+                                                     0x10,
+                                                     {0x80, 0x07, 0x08, 0x09},
+                                                     points::status_bytes_4,
+                                                     points::read_link_status_reg_entry,
+                                                     points::read_link_status_reg_exit,
+                                                     true,
+                                                     true}),
+                         [](const auto &row) { return std::string(row.param.name); });
 
 TEST_F(StatusReads, TheReadsOfSeveralBytesStartFromClearedBuffers) {
     platform.delivered_bytes = 1;

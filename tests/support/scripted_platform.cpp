@@ -57,8 +57,8 @@ std::string access_text(const std::string &name, uint32_t chip, uint32_t page, u
 
 std::string record_text(const char *operation, uint32_t descriptor, uint32_t count, uint32_t identifier,
                         const std::vector<uint32_t> &slots) {
-    return std::string(operation) + " buffer=" + hex(descriptor) + " count=" + std::to_string(count) + " point=" +
-           hex(identifier) + " slots:" + joined(slots);
+    return std::string(operation) + " buffer=" + hex(descriptor) + " count=" + std::to_string(count) +
+           " point=" + hex(identifier) + " slots:" + joined(slots);
 }
 
 void note(const std::string &text) {
@@ -118,8 +118,8 @@ int32_t scripted_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t len
 }
 
 int32_t scripted_setreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, const uint8_t *buffer) {
-    note_entry_point("hwa_setreg", access_text("hwa_setreg", chip, page, offset, length) + " bytes:" +
-                                       hex_bytes(buffer, length));
+    note_entry_point("hwa_setreg",
+                     access_text("hwa_setreg", chip, page, offset, length) + " bytes:" + hex_bytes(buffer, length));
     return access_result();
 }
 
@@ -234,8 +234,8 @@ Call getreg_by_link(uint32_t chip, uint32_t page, uint32_t offset, uint32_t leng
 
 Call setreg(uint32_t chip, uint32_t page, uint32_t offset, const Bytes &bytes) {
     const auto length = static_cast<uint32_t>(bytes.size());
-    return {"looked up " + access_text("hwa_setreg", chip, page, offset, length) + " bytes:" +
-            hex_bytes(bytes.data(), length)};
+    return {"looked up " + access_text("hwa_setreg", chip, page, offset, length) +
+            " bytes:" + hex_bytes(bytes.data(), length)};
 }
 
 Call entry_point(const std::string &name, std::initializer_list<uint64_t> arguments) {
