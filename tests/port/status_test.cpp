@@ -159,6 +159,8 @@ struct OneRegister {
     TracePoint exit;
     bool exit_has_result;
     bool cleared;
+
+    friend std::ostream &operator<<(std::ostream &out, const OneRegister &row) { return out << row.name; }
 };
 
 class OneRegisterRead : public StatusReads, public testing::WithParamInterface<OneRegister> {

@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: Apache-2.0
+# What the scripts share; sourced with the top of the tree as the current folder.
+
+step() {
+    printf '\n== %s\n' "$*"
+}
+
+die() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 3
+}
+
+# need_packages PACKAGE...: installs those that are missing, or says which they are.
+need_packages() {
+    missing=
+    for package in "$@"; do
+        if [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+            missing="$missing $package"
+        fi
+    done
+    [ -n "$missing" ] || return 0
+    step "Installing$missing"
+    if [ "$(id -u)" -eq 0 ]; then
+        as_root=
+    elif sudo -n true 2>/dev/null; then
+        as_root=sudo
+    else
+        die "these Debian packages are missing; install them as root with: apt-get install$missing"
+    fi
+    # shellcheck disable=SC2086 # both are lists of words
+    {
+        $as_root apt-get -qq update &&
+            $as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y install --no-install-recommends $missing
+    } >&2 || die "these Debian packages could not be installed:$missing"
+}
+
+# Packages that every build of the whole tree wants.
+build_packages='cmake ninja-build g++ libcli11-dev nlohmann-json3-dev libfmt-dev'
+# Packages that cross-building for PowerPC and running the result want on top.
+powerpc_packages='g++-powerpc-linux-gnu qemu-user'
+
+# build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET; quiet unless something fails.
+build() {
+    preset=$1
+    shift
+    log=$(mktemp)
+    if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        die "the $preset build failed"
+    fi
+    rm -f "$log"
+}

@@ -1,0 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <ksl/ksl.h>
+
+extern int32_t (*const header_cxx17)(uint32_t, uint8_t *);
+int32_t (*const header_cxx17)(uint32_t, uint8_t *) = ksl_read_link_status_reg;
