@@ -6,14 +6,12 @@
 
 using namespace ksl;
 
-int32_t ksl::getreg_missing() {
+void ksl::trace_getreg_missing() {
     trace(points::getreg_missing);
-    return kMissing;
 }
 
-int32_t ksl::setreg_missing() {
+void ksl::trace_setreg_missing() {
     trace(points::setreg_missing);
-    return kMissing;
 }
 
 extern "C" int32_t __hwa_getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer) {

@@ -35,16 +35,17 @@ constexpr uint8_t low_byte(uint32_t value) {
     return static_cast<uint8_t>(value);
 }
 
-// Record that the lower library has no such entry point; the result is that of the access.
-[[gnu::cold]] int32_t getreg_missing();
-[[gnu::cold]] int32_t setreg_missing();
+// Record that the lower library has no such entry point.
+[[gnu::cold]] void trace_getreg_missing();
+[[gnu::cold]] void trace_setreg_missing();
 
 // What __hwa_getreg and __hwa_setreg do, inline: with a register known at build time an access costs its platform
 // calls only.
 inline int32_t getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer) {
     const auto entry_point = look_up<decltype(hwa_getreg)>(kGetreg);
     if (entry_point == nullptr) {
-        return getreg_missing();
+        trace_getreg_missing();
+        return kMissing;
     }
     return entry_point(low_byte(chip), low_byte(page), low_byte(offset), length, buffer);
 }
@@ -52,7 +53,8 @@ inline int32_t getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t le
 inline int32_t setreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, const uint8_t *buffer) {
     const auto entry_point = look_up<decltype(hwa_setreg)>(kSetreg);
     if (entry_point == nullptr) {
-        return setreg_missing();
+        trace_setreg_missing();
+        return kMissing;
     }
     return entry_point(low_byte(chip), low_byte(page), low_byte(offset), length, buffer);
 }
