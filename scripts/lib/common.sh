@@ -35,8 +35,10 @@ need_packages() {
 }
 
 # Packages that every build of the whole tree wants.
+# shellcheck disable=SC2034 # for the scripts
 build_packages='cmake ninja-build g++ libcli11-dev nlohmann-json3-dev libfmt-dev'
 # Packages that cross-building for PowerPC and running the result want on top.
+# shellcheck disable=SC2034
 powerpc_packages='g++-powerpc-linux-gnu qemu-user'
 
 # build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET; quiet unless something fails.
