@@ -16,9 +16,15 @@ extern "C" {
 #endif
 
 /**
- * Opens the buffer `name` with room for `size` bytes of records and stores its descriptor in
- * `*descriptor`. Opening an open name again gives the same buffer.
- * Returns 0; -1 when no buffer could be made, and then `*descriptor` is 0.
+ * Opens the buffer `name` (up to 63 characters) with room for `size` bytes of records (1 to 16 MiB; rounded
+ * up to a power of two) and stores its descriptor in `*descriptor`. A record takes 64 bytes; a full buffer
+ * loses its oldest records. Opening an open name again gives the same buffer, whatever the size.
+ *
+ * The buffer lies in memory of the process and of those it forks, or, where the environment variable
+ * TRACE_KBUF_DIR names a folder, in a file of that folder (see trace_kbuf_file_path in
+ * trace_kbuf_reader.h), which other processes may open too and which lasts. When there is no
+ * using the file, the first such case is told on stderr and memory serves.
+ * Returns 0; -1 when no buffer could be made, and then `*descriptor` is 0. Up to 16 buffers are open at once.
  */
 int trace_kbuf_init_buffer(uint32_t *descriptor, const char *name, uint32_t size);
 
@@ -30,10 +36,16 @@ int trace_kbuf_write_ints5(uint32_t descriptor, uint32_t header, uint32_t identi
 int trace_kbuf_write_ints9(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
                            uint32_t v2, uint32_t v3, uint32_t v4, uint32_t v5, uint32_t v6, uint32_t v7, uint32_t v8);
 
-/** Writes a record without values at source line `line`; `text` and `zero` are not kept. Returns 0, or -1 when nothing was written. */
+/**
+ * Writes a record without values at source line `line` (its low 16 bits); `text` and `zero` are not kept.
+ * Returns 0, or -1 when nothing was written.
+ */
 int trace_kbuf_write_all(uint32_t descriptor, uint32_t identifier, const char *text, uint32_t line, uint32_t zero);
 
-/** Releases the buffer of `*descriptor` and sets the descriptor to 0. Returns 0; -1 when it named no open buffer. */
+/**
+ * Releases the buffer of `*descriptor`, however often it was opened, and sets the descriptor to 0.
+ * A file keeps its records. Returns 0; -1 when it named no open buffer.
+ */
 int trace_kbuf_free(uint32_t *descriptor);
 
 #ifdef __cplusplus
