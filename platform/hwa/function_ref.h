@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// A reference to something callable that lives at least as long as the call it is handed to; unlike
+// std::function it never allocates, so handing it over cannot throw.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+namespace hwa {
+
+template <typename Signature>
+class FunctionRef;
+
+template <typename Result, typename... Arguments>
+class FunctionRef<Result(Arguments...)> {
+public:
+    template <typename Callable>
+    FunctionRef(const Callable &callable)
+        : callable_(std::addressof(callable)), call_([](const void *object, Arguments... arguments) -> Result {
+              return (*static_cast<const Callable *>(object))(std::forward<Arguments>(arguments)...);
+          }) {}
+
+    Result operator()(Arguments... arguments) const { return call_(callable_, std::forward<Arguments>(arguments)...); }
+
+private:
+    const void *callable_;
+    Result (*call_)(const void *, Arguments...);
+};
+
+} // namespace hwa

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+// One access to the hub's state: alone with it, and taking effect as a whole or not at all.
+#pragma once
+
+#include "state_file.h"
+
+namespace hwa {
+
+class Transaction {
+public:
+    // Throws Unusable.
+    explicit Transaction(StateFile &state) : state_(state), hub_(state.lock()) {}
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+    ~Transaction() {
+        state_.roll_back();
+        state_.unlock();
+    }
+
+    // The chip of a number, or null.
+    const ChipImage *chip(std::uint32_t number) const {
+        for (const ChipImage &chip : hub_.chips) {
+            if (chip.present != 0 && chip.number == number)
+                return &chip;
+        }
+        return nullptr;
+    }
+
+    // Changes one byte of a chip.
+    void store(const Byte &place, Byte value) { state_.store(place, value); }
+    void commit() { state_.commit(); }
+
+    // Puts a chip back to what the scenario says, with effect at once.
+    void reset(const ChipImage &chip) { state_.reset_chip(static_cast<std::size_t>(&chip - hub_.chips.data())); }
+
+private:
+    StateFile &state_;
+    const HubImage &hub_;
+};
+
+} // namespace hwa

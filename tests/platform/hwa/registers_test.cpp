@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "registers.h"
+
+#include "model.h"
+
+#include <gmock/gmock.h>
+
+namespace hwa {
+namespace {
+
+using testing::ElementsAre;
+using Bytes = std::vector<Byte>;
+
+class Registers : public hwa_test::ModelTest {
+protected:
+    Bytes read(Byte page, Byte offset, std::size_t length, std::uint32_t chip = 0) {
+        Transaction transaction(state);
+        Bytes bytes(length, 0xEE);
+        read_register(transaction, *transaction.chip(chip), page, offset, bytes);
+        transaction.commit();
+        return bytes;
+    }
+
+    void write(Byte page, Byte offset, const Bytes &bytes, std::uint32_t chip = 0) {
+        Transaction transaction(state);
+        write_register(transaction, *transaction.chip(chip), page, offset, bytes);
+        transaction.commit();
+    }
+
+    // What only the hub's own electronics change.
+    void set_port(std::size_t port, PortImage image) {
+        Transaction transaction(state);
+        const_cast<PortImage &>(transaction.chip(0)->ports[port]) = image;
+        transaction.commit();
+    }
+};
+
+TEST_F(Registers, StatusFollowsFromThePorts) {
+    EXPECT_THAT(read(0, 0x00, 1), ElementsAre(0x03));
+    EXPECT_THAT(read(1, 0x00, 6), ElementsAre(0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(read(1, 0x10, 4), ElementsAre(0x00, 0x80, 0x02, 0x03)); // ports 0, 1, 9, 23
+    EXPECT_THAT(read(1, 0x18, 4), ElementsAre(0x00, 0x00, 0x02, 0x01)); // 100 Mb/s: 0 and 9, not 10 without a link
+    EXPECT_THAT(read(1, 0x1C, 4), ElementsAre(0x00, 0x00, 0x00, 0x03)); // full duplex: 0 and 1
+}
+
+TEST_F(Registers, EachPortHasItsBitInEveryWord) {
+    for (std::size_t port = 0; port < kPorts; ++port)
+        set_port(port, {});
+    for (std::size_t port = 0; port < kPorts; ++port) {
+        const std::array<Byte, 4> word = to_bytes<4>(std::uint64_t{1} << port);
+        const std::array<Byte, 4> none{};
+        const auto expect = [&](const PortImage &image, bool link, bool changed, bool fast, bool full, bool failed) {
+            set_port(port, image);
+            EXPECT_THAT(read(1, 0x10, 4), testing::ElementsAreArray(link ? word : none)) << port;
+            EXPECT_THAT(read(1, 0x14, 4), testing::ElementsAreArray(changed ? word : none)) << port;
+            EXPECT_THAT(read(1, 0x18, 4), testing::ElementsAreArray(fast ? word : none)) << port;
+            EXPECT_THAT(read(1, 0x1C, 4), testing::ElementsAreArray(full ? word : none)) << port;
+            const std::uint64_t failures = std::uint64_t{1} << 47 | std::uint64_t{1} << port;
+            EXPECT_THAT(read(1, 0x00, 6), testing::ElementsAreArray(to_bytes<6>(failed ? failures : 0))) << port;
+        };
+        expect({.link = 1, .fast = 0, .full_duplex = 0, .test_failed = 0, .link_changed = 0}, 1, 0, 0, 0, 0);
+        expect({.link = 1, .fast = 1, .full_duplex = 0, .test_failed = 0, .link_changed = 0}, 1, 0, 1, 0, 0);
+        expect({.link = 1, .fast = 0, .full_duplex = 1, .test_failed = 0, .link_changed = 0}, 1, 0, 0, 1, 0);
+        expect({.link = 0, .fast = 1, .full_duplex = 1, .test_failed = 0, .link_changed = 1}, 0, 1, 0, 0, 0);
+        expect({.link = 0, .fast = 0, .full_duplex = 0, .test_failed = 1, .link_changed = 0}, 0, 0, 0, 0, 1);
+        set_port(port, {});
+    }
+}
+
+TEST_F(Registers, ModeAndSelfTestOfAFaultyChip) {
+    EXPECT_THAT(read(0, 0x00, 1, 5), ElementsAre(0x02));
+    EXPECT_THAT(read(1, 0x00, 6, 5), ElementsAre(0x80, 0, 0, 0x10, 0x00, 0x04));
+    EXPECT_THAT(read(1, 0x10, 4, 5), ElementsAre(0, 0, 0, 0));
+}
+
+TEST_F(Registers, LinkChangesAreForgottenWhenTheyAreRead) {
+    EXPECT_THAT(read(1, 0x14, 4), ElementsAre(0x00, 0x80, 0x02, 0x03));
+    EXPECT_THAT(read(1, 0x14, 4), ElementsAre(0, 0, 0, 0));
+    EXPECT_THAT(read(1, 0x10, 4), ElementsAre(0x00, 0x80, 0x02, 0x03));
+}
+
+TEST_F(Registers, OnlyTheLinkChangesThatWereReadAreForgotten) {
+    EXPECT_THAT(read(1, 0x12, 4), ElementsAre(0x02, 0x03, 0x00, 0x80)); // two bytes of either word
+    EXPECT_THAT(read(1, 0x17, 1), ElementsAre(0x03));
+    EXPECT_THAT(read(1, 0x14, 4), ElementsAre(0x00, 0x00, 0x02, 0x00));
+}
+
+TEST_F(Registers, AReadCrossesFromOneRegisterIntoTheNext) {
+    EXPECT_THAT(read(1, 0x10, 8), ElementsAre(0x00, 0x80, 0x02, 0x03, 0x00, 0x80, 0x02, 0x03));
+    EXPECT_THAT(read(1, 0x14, 4), ElementsAre(0, 0, 0, 0));
+    write(1, 0x0F, {0x5A});
+    write(1, 0x20, {0xA5});
+    EXPECT_THAT(read(1, 0x0F, 2), ElementsAre(0x5A, 0x00));
+    EXPECT_THAT(read(1, 0x1F, 2), ElementsAre(0x03, 0xA5));
+}
+
+TEST_F(Registers, StatusCannotBeWritten) {
+    write(0, 0x00, {0x00});
+    write(1, 0x00, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
+    for (const Byte offset : std::array<Byte, 4>{0x10, 0x14, 0x18, 0x1C})
+        write(1, offset, {0xFF, 0xFF, 0xFF, 0xFF});
+    EXPECT_THAT(read(0, 0x00, 1), ElementsAre(0x03));
+    EXPECT_THAT(read(1, 0x00, 6), ElementsAre(0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(read(1, 0x10, 4), ElementsAre(0x00, 0x80, 0x02, 0x03));
+    EXPECT_THAT(read(1, 0x14, 4), ElementsAre(0x00, 0x80, 0x02, 0x03));
+    EXPECT_THAT(read(1, 0x18, 4), ElementsAre(0x00, 0x00, 0x02, 0x01));
+    EXPECT_THAT(read(1, 0x1C, 4), ElementsAre(0x00, 0x00, 0x00, 0x03));
+}
+
+TEST_F(Registers, AWriteAcrossAStatusRegisterReachesTheBytesBesideIt) {
+    write(1, 0x0E, {1, 2, 3, 4, 5, 6, 7, 8});
+    EXPECT_THAT(read(1, 0x0E, 4), ElementsAre(1, 2, 0x00, 0x80));
+    write(0, 0x00, {0x00, 0x77});
+    EXPECT_THAT(read(0, 0x00, 2), ElementsAre(0x03, 0x77));
+}
+
+TEST_F(Registers, OtherRegistersKeepTheirBytes) {
+    EXPECT_THAT(read(0x34, 0x0F, 8), ElementsAre(0, 0, 1, 0, 2, 0, 3, 0));
+    write(0x34, 0x12, {0x20, 0x64});
+    EXPECT_THAT(read(0x34, 0x10, 6), ElementsAre(0, 1, 0x20, 0x64, 0, 3));
+    write(0xFF, 0xF8, {1, 2, 3, 4, 5, 6, 7, 8});
+    EXPECT_THAT(read(0xFF, 0xF8, 8), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
+    EXPECT_THAT(read(0xFF, 0xF8, 8, 5), ElementsAre(0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(read(0xFE, 0xF8, 8), ElementsAre(0, 0, 0, 0, 0, 0, 0, 0));
+}
+
+TEST(RegisterPlaces, AreWithinThePage) {
+    EXPECT_FALSE(is_register(0, 0));
+    EXPECT_TRUE(is_register(0, 1));
+    EXPECT_TRUE(is_register(0, 8));
+    EXPECT_FALSE(is_register(0, 9));
+    EXPECT_FALSE(is_register(0, 0xFFFFFFFF));
+    EXPECT_TRUE(is_register(0xF8, 8));
+    EXPECT_FALSE(is_register(0xF9, 8));
+    EXPECT_TRUE(is_register(0xFF, 1));
+    EXPECT_FALSE(is_register(0xFF, 2));
+}
+
+TEST(RegisterPlaces, OfDerivedBytes) {
+    for (unsigned page = 0; page < 256; ++page) {
+        for (unsigned offset = 0; offset < 256; ++offset) {
+            const bool derived =
+                (page == 0 && offset == 0) || (page == 1 && (offset < 6 || (offset >= 0x10 && offset < 0x20)));
+            ASSERT_EQ(is_derived(static_cast<Byte>(page), static_cast<Byte>(offset)), derived) << page << " " << offset;
+        }
+    }
+}
+
+} // namespace
+} // namespace hwa

@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "problem.h"
+#include "scenario.h"
+#include "support.h"
+
+#include <gmock/gmock.h>
+
+namespace hwa {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::Field;
+using testing::HasSubstr;
+
+std::string problem_of(const std::string &text) {
+    try {
+        parse_scenario(text);
+    } catch (const Unusable &problem) {
+        return problem.what();
+    }
+    return "none";
+}
+
+std::string with_chip(const std::string &members) {
+    return R"({"name":"n","chips":[{"chip":0)" + (members.empty() ? "" : "," + members) + "}]}";
+}
+
+std::string with_port(const std::string &members) {
+    return with_chip(R"("ports":[{"port":0,"link":true},{"port":3,)" + members + "}]");
+}
+
+TEST(Scenario, PortsThatAreNotListedAreDown) {
+    const Scenario scenario = parse_scenario(with_chip(""));
+    ASSERT_EQ(scenario.chips.size(), 1U);
+    const ChipImage &chip = scenario.chips[0];
+    EXPECT_EQ(chip.present, 1);
+    EXPECT_EQ(chip.number, 0);
+    EXPECT_EQ(chip.managed, 1);
+    EXPECT_EQ(chip.forwarding, 1);
+    EXPECT_THAT(chip.ports, Each(Field(&PortImage::link, 0)));
+    EXPECT_THAT(chip.ports, Each(Field(&PortImage::link_changed, 0)));
+    EXPECT_THAT(chip.ports, Each(Field(&PortImage::test_failed, 0)));
+    EXPECT_THAT(chip.address_count, ElementsAre(0, 0));
+    EXPECT_THAT(chip.pages, Each(Each(0)));
+}
+
+TEST(Scenario, TakesEveryMember) {
+    const Scenario scenario = parse_scenario(R"({
+      "name": "all of it",
+      "chips": [{
+        "chip": 255,
+        "mode": { "managed": false, "forwarding": true },
+        "ports": [
+          { "port": 23, "link": true, "speed": 10, "duplex": "half", "self_test": "pass" },
+          { "port": 0, "link": true },
+          { "port": 7, "link": false, "self_test": "fail" }
+        ],
+        "addresses": [
+          { "mac": "02:00:00:aB:cd:ef", "port": 21, "static": true },
+          { "mac": "02:00:00:00:00:01", "port": 3, "static": false },
+          { "mac": "02:00:00:00:00:02", "port": 4 }
+        ],
+        "registers": [
+          { "page": "0x34", "offset": 16, "bytes": "0001 fE" },
+          { "page": 255, "offset": "0xff", "bytes": "a5" }
+        ]
+      }, { "chip": 1 }]
+    })");
+    EXPECT_EQ(scenario.name, "all of it");
+    ASSERT_EQ(scenario.chips.size(), 2U);
+    const ChipImage &chip = scenario.chips[0];
+    EXPECT_EQ(chip.number, 255);
+    EXPECT_EQ(chip.managed, 0);
+    EXPECT_EQ(chip.forwarding, 1);
+    const auto port = [&chip](std::size_t number) {
+        const PortImage &p = chip.ports[number];
+        return std::array<int, 5>{p.link, p.fast, p.full_duplex, p.test_failed, p.link_changed};
+    };
+    EXPECT_THAT(port(23), ElementsAre(1, 0, 0, 0, 1));
+    EXPECT_THAT(port(0), ElementsAre(1, 1, 1, 0, 1));
+    EXPECT_THAT(port(7), ElementsAre(0, 1, 1, 1, 0));
+    EXPECT_THAT(chip.address_count, ElementsAre(0, 3));
+    EXPECT_THAT(chip.addresses[0], ElementsAre(0, 0x95, 2, 0, 0, 0xAB, 0xCD, 0xEF));
+    EXPECT_THAT(chip.addresses[1], ElementsAre(0, 3, 2, 0, 0, 0, 0, 1));
+    EXPECT_THAT(chip.addresses[2], ElementsAre(0, 4, 2, 0, 0, 0, 0, 2));
+    EXPECT_EQ(chip.pages[0x34][15], 0);
+    EXPECT_EQ(chip.pages[0x34][16], 0x00);
+    EXPECT_EQ(chip.pages[0x34][17], 0x01);
+    EXPECT_EQ(chip.pages[0x34][18], 0xFE);
+    EXPECT_EQ(chip.pages[0x34][19], 0);
+    EXPECT_EQ(chip.pages[255][255], 0xA5);
+    EXPECT_EQ(scenario.chips[1].number, 1);
+}
+
+TEST(Scenario, DigestFollowsTheContentsAndNotTheLayout) {
+    const std::uint64_t digest = parse_scenario(R"({"name":"n","chips":[{"chip":0}]})").digest;
+    EXPECT_EQ(parse_scenario("{ \"chips\": [\n{\"chip\": 0}],\n \"name\": \"n\"}").digest, digest);
+    EXPECT_NE(parse_scenario(R"({"name":"m","chips":[{"chip":0}]})").digest, digest);
+    EXPECT_NE(parse_scenario(R"({"name":"n","chips":[{"chip":1}]})").digest, digest);
+}
+
+TEST(Scenario, EightChipsAreTheMost) {
+    const auto hub = [](int chips) {
+        std::string list;
+        for (int i = 0; i < chips; ++i)
+            list += (i > 0 ? "," : "") + std::string(R"({"chip":)") + std::to_string(i) + "}";
+        return R"({"name":"n","chips":[)" + list + "]}";
+    };
+    EXPECT_EQ(parse_scenario(hub(8)).chips.size(), 8U);
+    EXPECT_EQ(problem_of(hub(9)), "chips has 9 elements, at most 8 are possible");
+    EXPECT_EQ(parse_scenario(hub(0)).chips.size(), 0U);
+}
+
+TEST(Scenario, SyntaxErrorsNameTheLine) {
+    EXPECT_THAT(problem_of("{\n\"name\": \"n\",\n\"chips\": [,]\n}"),
+                HasSubstr("is not valid JSON: parse error at line 3, column 11: "));
+    EXPECT_THAT(problem_of(""), HasSubstr("is not valid JSON: parse error at line 1, column 1: "));
+    EXPECT_THAT(problem_of("{\"name\": \"\xFF\"}"), HasSubstr("is not valid JSON: parse error at line 1"));
+}
+
+struct BadScenario {
+    std::string text;
+    std::string problem;
+};
+
+TEST(Scenario, MistakesAreNamedByKey) {
+    const BadScenario table[] = {
+        {"[]", "the document must be an object"},
+        {R"({"chips":[]})", "the document lacks the key \"name\""},
+        {R"({"name":"n"})", "the document lacks the key \"chips\""},
+        {R"({"name":"n","chips":[],"ports":[]})", "the document has the unknown key \"ports\""},
+        {R"({"name":"n","name":"m","chips":[]})", "the key \"name\" stands twice in one object"},
+        {R"({"name":1,"chips":[]})", "name must be a string"},
+        {R"({"name":"","chips":[]})", "name must be one line of text"},
+        {R"({"name":"a\nb","chips":[]})", "name must be one line of text"},
+        {R"({"name":"n","chips":{}})", "chips must be a list"},
+        {R"({"name":"n","chips":[1]})", "chips[0] must be an object"},
+        {R"({"name":"n","chips":[{}]})", "chips[0] lacks the key \"chip\""},
+        {R"({"name":"n","chips":[{"chip":256}]})", "chips[0].chip must be a number from 0 to 255"},
+        {R"({"name":"n","chips":[{"chip":-1}]})", "chips[0].chip must be a number from 0 to 255"},
+        {R"({"name":"n","chips":[{"chip":1.0}]})", "chips[0].chip must be a number from 0 to 255"},
+        {R"({"name":"n","chips":[{"chip":"1"}]})", "chips[0].chip must be a number from 0 to 255"},
+        {R"({"name":"n","chips":[{"chip":2},{"chip":2}]})", "chips[1].chip names chip 2 a second time"},
+        {with_chip(R"("prots":[])"), "chips[0] has the unknown key \"prots\""},
+        {with_chip(R"("mode":3)"), "chips[0].mode must be an object"},
+        {with_chip(R"("mode":{"managed":true})"), "chips[0].mode lacks the key \"forwarding\""},
+        {with_chip(R"("mode":{"managed":1,"forwarding":true})"), "chips[0].mode.managed must be true or false"},
+        {with_chip(R"("mode":{"managed":true,"forwarding":true,"x":0})"), "chips[0].mode has the unknown key \"x\""},
+        {with_chip(R"("ports":[{"link":true}])"), "chips[0].ports[0] lacks the key \"port\""},
+        {with_chip(R"("ports":[{"port":24,"link":true}])"), "chips[0].ports[0].port must be a number from 0 to 23"},
+        {with_port(R"("linked":true)"), "chips[0].ports[1] has the unknown key \"linked\""},
+        {with_port(R"("speed":10)"), "chips[0].ports[1] lacks the key \"link\""},
+        {with_port(R"("link":"up")"), "chips[0].ports[1].link must be true or false"},
+        {with_port(R"("link":true,"speed":1000)"), "chips[0].ports[1].speed must be a number from 10 to 100"},
+        {with_port(R"("link":true,"speed":50)"), "chips[0].ports[1].speed must be 10 or 100"},
+        {with_port(R"("link":true,"duplex":"both")"), R"(chips[0].ports[1].duplex must be "half" or "full")"},
+        {with_port(R"("link":true,"duplex":1)"), R"(chips[0].ports[1].duplex must be "half" or "full")"},
+        {with_port(R"("link":true,"self_test":"ok")"), R"(chips[0].ports[1].self_test must be "pass" or "fail")"},
+        {with_port(R"("link":true,"self_test":"fail")"),
+         "chips[0].ports[1] cannot have a link, because its self-test failed"},
+        {with_port(R"("link":true},{"port":3,"link":true)"), "chips[0].ports[2].port names port 3 a second time"},
+        {with_chip(R"("addresses":[{"port":1}])"), "chips[0].addresses[0] lacks the key \"mac\""},
+        {with_chip(R"("addresses":[{"mac":"02:00:00:00:00","port":1}])"),
+         "chips[0].addresses[0].mac must be a MAC address such as \"02:00:00:00:00:01\""},
+        {with_chip(R"("addresses":[{"mac":"020000000001","port":1}])"),
+         "chips[0].addresses[0].mac must be a MAC address such as \"02:00:00:00:00:01\""},
+        {with_chip(R"("addresses":[{"mac":"02:00:00:00:00:0g","port":1}])"),
+         "chips[0].addresses[0].mac must be a MAC address such as \"02:00:00:00:00:01\""},
+        {with_chip(R"("addresses":[{"mac":"02:00:00:00:00:01"}])"), "chips[0].addresses[0] lacks the key \"port\""},
+        {with_chip(R"("addresses":[{"mac":"02:00:00:00:00:01","port":24}])"),
+         "chips[0].addresses[0].port must be a number from 0 to 23"},
+        {with_chip(R"("addresses":[{"mac":"02:00:00:00:00:01","port":2,"static":0}])"),
+         "chips[0].addresses[0].static must be true or false"},
+        {with_chip(R"("registers":[{"page":"0x100","offset":0,"bytes":"00"}])"),
+         "chips[0].registers[0].page must be a number from 0 to 255"},
+        {with_chip(R"("registers":[{"page":"0x","offset":0,"bytes":"00"}])"),
+         "chips[0].registers[0].page must be a number from 0 to 255"},
+        {with_chip(R"("registers":[{"page":2,"offset":"7","bytes":"00"}])"),
+         "chips[0].registers[0].offset must be a number from 0 to 255"},
+        {with_chip(R"("registers":[{"page":2,"offset":0,"bytes":"123"}])"),
+         "chips[0].registers[0].bytes must be pairs of hexadecimal digits"},
+        {with_chip(R"("registers":[{"page":2,"offset":0,"bytes":""}])"),
+         "chips[0].registers[0].bytes must be pairs of hexadecimal digits"},
+        {with_chip(R"("registers":[{"page":2,"offset":255,"bytes":"1234"}])"),
+         "chips[0].registers[0].bytes must end within the page of 256 bytes"},
+        {with_chip(R"("registers":[{"page":1,"offset":"0x1f","bytes":"12"}])"),
+         "chips[0].registers[0] covers a status register, which follows from \"mode\" and \"ports\""},
+    };
+    for (const BadScenario &row : table)
+        EXPECT_EQ(problem_of(row.text), row.problem) << row.text;
+}
+
+TEST(Scenario, TheBuiltInHubIsTheFileAndHasSomeOfEverything) {
+    const std::string text = hwa_test::contents(HWA_SCENARIOS "/default.json");
+    EXPECT_EQ(text, kDefaultScenario);
+    const Scenario scenario = parse_scenario(text);
+    ASSERT_EQ(scenario.chips.size(), 2U);
+    EXPECT_EQ(scenario.chips[0].number, 0);
+    EXPECT_EQ(scenario.chips[1].number, 1);
+    for (const ChipImage &chip : scenario.chips) {
+        const auto ports = [&chip](auto property) {
+            return std::count_if(chip.ports.begin(), chip.ports.end(), property);
+        };
+        EXPECT_GT(ports([](const PortImage &port) { return port.link == 0; }), 0);
+        EXPECT_GT(ports([](const PortImage &port) { return port.link != 0 && port.fast != 0; }), 0);
+        EXPECT_GT(ports([](const PortImage &port) { return port.link != 0 && port.fast == 0; }), 0);
+        EXPECT_GT(ports([](const PortImage &port) { return port.link != 0 && port.full_duplex != 0; }), 0);
+        EXPECT_GT(ports([](const PortImage &port) { return port.link != 0 && port.full_duplex == 0; }), 0);
+        EXPECT_NE(from_bytes(chip.address_count), 0U);
+        // Whoever learned an address did so through a link.
+        for (std::size_t i = 0; i < from_bytes(chip.address_count); ++i)
+            EXPECT_EQ(chip.ports[chip.addresses[i][1] & 0x1F].link, 1) << "address " << i;
+    }
+}
+
+TEST(Scenario, TheExampleOfAFaultyChipHasTwoFailedPorts) {
+    const Scenario scenario = load_scenario(HWA_SCENARIOS "/faulty.json");
+    const auto &ports = scenario.chips.at(0).ports;
+    EXPECT_EQ(std::count_if(ports.begin(), ports.end(), [](const PortImage &port) { return port.test_failed != 0; }),
+              2);
+}
+
+TEST(Scenario, AFileThatCannotBeReadIsNamedByItsError) {
+    const auto problem = [](const std::string &path) -> std::string {
+        try {
+            load_scenario(path);
+        } catch (const Unusable &unusable) {
+            return unusable.what();
+        }
+        return "none";
+    };
+    const hwa_test::TemporaryFolder folder;
+    EXPECT_EQ(problem(folder / "none.json"), "cannot be read: No such file or directory");
+    EXPECT_EQ(problem(folder.path()), "cannot be read: Is a directory");
+    hwa_test::write_file(folder / "long.json", std::string((4U << 20) + 1, ' '));
+    EXPECT_EQ(problem(folder / "long.json"), "is longer than 4 MiB");
+}
+
+} // namespace
+} // namespace hwa
