@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "hand_made_trace.h"
+
+namespace {
+
+using namespace hand_made;
+using testing::ElementsAre;
+
+std::vector<unsigned> depths(const Trace &trace) {
+    std::vector<unsigned> result;
+    for (const Line &line : trace.lines) {
+        result.push_back(line.depth);
+    }
+    return result;
+}
+
+std::vector<Lone> lone(const Trace &trace) {
+    std::vector<Lone> result;
+    for (const Line &line : trace.lines) {
+        result.push_back(line.lone);
+    }
+    return result;
+}
+
+TEST(Decoder, NothingRecorded) {
+    Recording recording;
+    const Trace trace = recording.decode();
+    EXPECT_TRUE(trace.lines.empty());
+    EXPECT_EQ(trace.lost_at_end, 0U);
+}
+
+TEST(Decoder, AnOperationEnclosesItsSteps) {
+    Recording recording;
+    recording.add(kStep).add(kOuterEntry, {0}).add(kStep).add(kFailure, {1}).add(kOuterExit, {0}).add(kStep);
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 0, 1, 1, 0, 0));
+    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_EQ(trace.lines[4].elapsed_us, 150.0); // three records of 50 ticks at 1 MHz
+    EXPECT_FALSE(trace.lines[1].elapsed_us);
+    EXPECT_FALSE(trace.lines[4].run_time_us);
+}
+
+TEST(Decoder, ElapsedTimeGoesByTheWritersTicks) {
+    Recording recording;
+    recording.ticks_per_second(25e6).add(kOuterEntry, {0}).add(kOuterExit, {0});
+    EXPECT_EQ(recording.decode().lines[1].elapsed_us, 2.0);
+}
+
+TEST(Decoder, ElapsedTimeGoesByTheClockWhereNoTickRateIsKnown) {
+    Recording recording;
+    recording.ticks_per_second(0).add(kOuterEntry, {0}).add(kStep).add(kOuterExit, {0});
+    EXPECT_EQ(recording.decode().lines[2].elapsed_us, 2.0);
+}
+
+TEST(Decoder, InnerOperationsNestInOuterOnes) {
+    Recording recording;
+    recording.add(kOuterEntry, {0})
+        .add(kInnerEntry)
+        .add(kStep)
+        .add(kInnerExit)
+        .add(kStep)
+        .add(kInnerEntry)
+        .add(kInnerExit)
+        .add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 1, 2, 1, 1, 1, 1, 0));
+    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_EQ(trace.lines[3].elapsed_us, 100.0);
+    EXPECT_EQ(trace.lines[7].elapsed_us, 350.0);
+}
+
+TEST(Decoder, AnOperationMayRunWithinItself) {
+    Recording recording;
+    recording.add(kInnerEntry).add(kInnerEntry).add(kInnerExit).add(kInnerExit);
+    EXPECT_THAT(depths(recording.decode()), ElementsAre(0, 1, 1, 0));
+}
+
+TEST(Decoder, AnInnerOperationThatWasLeftEarlyEnclosesNothing) {
+    Recording recording;
+    recording.add(kOuterEntry, {0})
+        .add(kInnerEntry)
+        .add(kInnerEntry)
+        .add(kStep)
+        .add(kInnerExit)
+        .add(kInnerEntry)
+        .add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 1, 1, 2, 1, 1, 0));
+    EXPECT_THAT(lone(trace),
+                ElementsAre(Lone::no, Lone::left_early, Lone::no, Lone::no, Lone::no, Lone::left_early, Lone::no));
+}
+
+TEST(Decoder, AnOutermostOperationThatWasLeftEarlyEnclosesNoLaterOne) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).add(kInnerEntry).add(kStep).add(kInnerExit).add(kInnerEntry).add(kInnerExit);
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 0, 1, 0, 0, 0));
+    EXPECT_EQ(trace.lines[0].lone, Lone::no_exit);
+}
+
+TEST(Decoder, AnOperationCalledAgainAfterItWasLeftEarlyHasItsOwnExit) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).add(kOuterEntry, {1}).add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 0, 0));
+    EXPECT_THAT(lone(trace), ElementsAre(Lone::no_exit, Lone::no, Lone::no));
+    EXPECT_EQ(trace.lines[2].elapsed_us, 50.0);
+}
+
+TEST(Decoder, AnUnfinishedOperationEnclosesTheStepsBehindIt) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).add(kStep).add(kFailure, {1});
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 1, 1));
+    EXPECT_EQ(trace.lines[0].lone, Lone::no_exit);
+}
+
+TEST(Decoder, ARingThatBeginsWithinAnOperationDoesNotConfuseTheNesting) {
+    Recording recording;
+    recording.lose(40)
+        .add(kStep)
+        .add(kInnerExit)
+        .add(kOuterExit, {0})
+        .add(kElapsed, {5})
+        .add(kOuterEntry, {0})
+        .add(kStep)
+        .add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 0, 0, 0, 0, 1, 0));
+    EXPECT_THAT(lone(trace),
+                ElementsAre(Lone::no, Lone::no_entry, Lone::no_entry, Lone::no, Lone::no, Lone::no, Lone::no));
+    EXPECT_EQ(trace.lines[0].lost_before, 40U);
+    EXPECT_FALSE(trace.lines[2].elapsed_us);
+    EXPECT_EQ(trace.lines[2].run_time_us, 5U);
+}
+
+TEST(Decoder, AnExitWithoutEntryLeavesTheOperationAroundItOpen) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).lose(1).add(kInnerExit).add(kStep).add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 1, 1, 0));
+    EXPECT_THAT(lone(trace), ElementsAre(Lone::no, Lone::no_entry, Lone::no, Lone::no));
+}
+
+TEST(Decoder, WritersAreNestedEachByItself) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}, 1)
+        .add(kInnerEntry, {}, 2)
+        .add(kStep, {}, 1)
+        .add(kOuterExit, {0}, 1)
+        .add(kStep, {}, 2)
+        .add(kElapsed, {8}, 2)
+        .add(kElapsed, {9}, 1)
+        .add(kInnerExit, {}, 2);
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 0, 1, 0, 1, 1, 0, 0));
+    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_EQ(trace.lines[3].run_time_us, 9U);
+    EXPECT_EQ(trace.lines[3].elapsed_us, 150.0);
+    EXPECT_EQ(trace.lines[7].elapsed_us, 300.0);
+    EXPECT_FALSE(trace.lines[7].run_time_us);
+}
+
+TEST(Decoder, TheRunTimeBelongsToTheExitDirectlyBeforeIt) {
+    Recording recording;
+    recording.add(kElapsed, {1})
+        .add(kOuterEntry, {0})
+        .add(kElapsed, {2})
+        .add(kOuterExit, {0})
+        .add(kElapsed, {3})
+        .add(kElapsed, {4});
+    const Trace trace = recording.decode();
+    EXPECT_EQ(trace.lines[3].run_time_us, 3U);
+    std::vector<bool> told;
+    for (const Line &line : trace.lines) {
+        told.push_back(line.told_by_exit);
+    }
+    EXPECT_THAT(told, ElementsAre(false, false, false, false, true, false));
+}
+
+TEST(Decoder, LostRecordsAreCountedWhereTheyAreMissing) {
+    Recording recording;
+    recording.lose(3).add(kStep).add(kStep).lose(1).add(kStep).lose(2);
+    const Trace trace = recording.decode();
+    EXPECT_EQ(trace.lines[0].lost_before, 3U);
+    EXPECT_EQ(trace.lines[1].lost_before, 0U);
+    EXPECT_EQ(trace.lines[2].lost_before, 1U);
+    EXPECT_EQ(trace.lost_at_end, 2U);
+}
+
+TEST(Decoder, AnUnknownIdentifierIsKeptWithoutAPoint) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).add(kUnknown, {1, 2}).add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_EQ(trace.lines[1].point, nullptr);
+    EXPECT_FALSE(trace.lines[1].values_differ);
+    EXPECT_THAT(depths(trace), ElementsAre(0, 1, 0));
+}
+
+TEST(Decoder, AWrongNumberOfValuesIsNoRecordOfThatPoint) {
+    Recording recording;
+    recording.add(kOuterEntry, {0, 0}).add(kStep).add(kStep, {1}).add(kOuterExit).add(kElapsed);
+    const Trace trace = recording.decode();
+    for (const size_t wrong : {0U, 2U, 3U, 4U}) {
+        EXPECT_EQ(trace.lines[wrong].point, nullptr) << wrong;
+        EXPECT_TRUE(trace.lines[wrong].values_differ) << wrong;
+    }
+    EXPECT_THAT(depths(trace), testing::Each(0U));
+    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+}
+
+} // namespace

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+// kslctl: the switch library's operations from the shell.
+#include "kslctl/command.h"
+#include "kslctl/own_trace.h"
+#include "ksltrace/render_json.h"
+#include "ksltrace/render_text.h"
+#include "support/command_line.h"
+#include "support/exit_status.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <ksl/ksl.h>
+
+namespace kslctl {
+
+namespace {
+
+constexpr uint32_t kMostChips = 256; // the library hands on the low 8 bits of a chip's number
+
+constexpr char kDescription[] = "Inspects the 24-port Ethernet switch chips of a hub board through libksl.so.";
+
+constexpr char kHelp[] =
+    R"("kslctl COMMAND --help" tells more about a command, and what it reads into the bits of the registers. The options
+above may stand before or behind the command.
+
+The hub:
+  libksl.so talks to the hub through libhwa.so or libqrthwa.gen1.so, whichever the loader finds first
+  (LD_LIBRARY_PATH, then the system's library folders). --simulate uses the simulated hub that was
+  built or installed beside kslctl instead; "status" then says so.
+
+Examples:
+  kslctl --simulate status             all about chip 0 of the simulated hub
+  kslctl --chip 0,1 link               the links of two chips
+  kslctl --json speed | jq '.chips[0].ports[] | select(.speed == 10).port'
+  kslctl --simulate --trace bist       what the library did, step by step
+  HWA_SIM_FAULTS='getreg page=1 offset=0x18 code=17' kslctl --simulate status
+
+Environment (docs/hwa-sim.md tells all about the simulated hub):
+  HWA_SIM_DIR        folder in which the simulated hub keeps its state
+  HWA_SIM_SCENARIO   JSON file with the state that it starts from
+  HWA_SIM_FAULTS     accesses that it lets fail
+  HWA_SIM_LOG        file to which it writes each access
+  TRACE_KBUF_DIR     folder in which the trace is kept, for ksltrace
+  NO_COLOR           if set and not empty: no emphasis on a terminal either
+
+Exit status:
+  0  done
+  1  done, and the answer is no (for commands that ask a question)
+  2  the command line is wrong
+  3  something could not be done; stderr names it and the code, the rest is shown)";
+
+uint32_t parse_chip(std::string_view text) {
+    uint32_t chip = kMostChips;
+    const bool hex = text.starts_with("0x");
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data() + (hex ? 2 : 0), end, chip, hex ? 16 : 10);
+    if (error != std::errc{} || stop != end || chip >= kMostChips) {
+        throw CLI::ValidationError("--chip", fmt::format("\"{}\" is no chip number; they go from 0 to 255", text));
+    }
+    return chip;
+}
+
+// Every list is given as one text, also an empty one.
+std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
+    std::vector<uint32_t> chips;
+    for (const std::string_view list : lists) {
+        for (size_t begin = 0; begin <= list.size();) {
+            const size_t end = std::min(list.find(',', begin), list.size());
+            chips.push_back(parse_chip(list.substr(begin, end - begin)));
+            begin = end + 1;
+        }
+    }
+    return chips;
+}
+
+void add_options(CLI::App &app, Options &options) {
+    app.add_option_function<std::vector<std::string>>(
+           "-c,--chip", [&options](const std::vector<std::string> &lists) { options.chips = parse_chips(lists); },
+           "Chip to look at, 0 to 255; several as a list (0,1) or by repeating it. Default: 0")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_flag("--json", options.json, "One JSON document for programs (docs/kslctl-json.md)");
+    app.add_flag("--raw", options.raw, "Registers as bytes, most significant first, instead of their meaning");
+    app.add_flag("--trace", options.trace, "Show the library's trace of it behind the result");
+    app.add_flag("--simulate", options.simulate, "Use the simulated hub instead of the real one");
+}
+
+bool wants_emphasis(const tools::StandardOutput &out) {
+    const char *const no_color = std::getenv("NO_COLOR");
+    const char *const terminal = std::getenv("TERM");
+    return out.is_terminal() && (no_color == nullptr || no_color[0] == '\0') &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
+Json hub_json(const Library &library) {
+    const auto text_or_null = [](const std::optional<std::string> &text) { return text ? Json(*text) : Json(nullptr); };
+    return {{"library", text_or_null(library.lower_library())},
+            {"simulated", library.simulation().has_value()},
+            {"description", text_or_null(library.simulation())}};
+}
+
+void add_trace(const OwnTrace &own, Result &result, Json &document, Report &report) {
+    if (own.snapshot->status == TRACE_KBUF_UNREADABLE) {
+        report.fail(fmt::format("--trace: {}; the libtrace_kbuf.so that comes with kslctl can", own.snapshot->problem));
+    } else if (own.snapshot->status != TRACE_KBUF_WHOLE) {
+        report.fail(fmt::format("--trace: {}", own.snapshot->problem));
+    }
+    const std::string text = ksltrace::render_text(own.trace);
+    result.text += (result.text.empty() || text.empty() ? "" : "\n") + text;
+    document["trace"] = ksltrace::render_json(own.trace);
+}
+
+// Runs the command and shows what came of it.
+int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
+    const uint64_t start = now_ns();
+    Report report;
+    const Library library(options.simulate);
+    report.set_simulated(library.simulation().has_value());
+    if (options.trace) {
+        ksl_enable_time();
+    }
+
+    Result result;
+    if (library.problem()) {
+        report.fail(*library.problem());
+    } else {
+        const Style style(wants_emphasis(out));
+        Context context{options, library, style, report};
+        result = commands.run(context);
+    }
+
+    Json document = {{"schema", fmt::format("ksl.{}{}/1", commands.name(), options.raw ? ".raw" : "")},
+                     {"hub", hub_json(library)},
+                     {"chips", result.chips}};
+    if (options.trace) {
+        document["trace"] = Json::array();
+        if (library.is_open()) {
+            add_trace(take_own_trace(start), result, document, report);
+        }
+    }
+    document["errors"] = report.errors();
+
+    out.write(options.json ? document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n" : result.text);
+    return report.has_failures() || out.failed() ? tools::kFailed : tools::kDone;
+}
+
+int run(int argc, char **argv) {
+    tools::StandardOutput out("kslctl");
+    CLI::App app(kDescription, "kslctl");
+    app.footer(kHelp);
+    app.set_version_flag("--version", "kslctl " KSL_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+
+    Options options;
+    add_options(app, options);
+    Commands commands(app);
+    add_status_commands(commands);
+
+    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, out)) {
+        return *status;
+    }
+    return execute(commands, options, out);
+}
+
+} // namespace
+
+} // namespace kslctl
+
+int main(int argc, char **argv) {
+    try {
+        return kslctl::run(argc, argv);
+    } catch (const std::exception &error) {
+        tools::complain("kslctl", error.what());
+        return tools::kFailed;
+    }
+}

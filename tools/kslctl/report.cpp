@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/report.h"
+
+#include "support/standard_streams.h"
+
+#include <fmt/format.h>
+#include <hwa_sim.h>
+
+namespace kslctl {
+
+void Report::fail(const FailedOperation &failure) {
+    const std::string message = fmt::format("chip {}: {} not read: {} returned {}{}", failure.chip, failure.about,
+                                            failure.operation, failure.code, explain(failure.code));
+    tools::complain("kslctl", message);
+    errors_.push_back({{"chip", failure.chip},
+                       {"operation", failure.operation},
+                       {"about", failure.about},
+                       {"code", failure.code},
+                       {"message", message}});
+}
+
+void Report::fail(const std::string &sentence) {
+    tools::complain("kslctl", sentence);
+    errors_.push_back(
+        {{"chip", nullptr}, {"operation", nullptr}, {"about", nullptr}, {"code", nullptr}, {"message", sentence}});
+}
+
+std::string Report::explain(int32_t code) const {
+    if (code == -1) {
+        return " (the lower library lacks an entry point)";
+    }
+    if (!simulated_) {
+        return " (a code of the lower library)";
+    }
+    switch (code) {
+    case HWA_SIM_NO_SUCH_CHIP:
+        return " (the simulated hub has no such chip)";
+    case HWA_SIM_BAD_LENGTH:
+        return " (the simulated hub has no register of that length there)";
+    case HWA_SIM_NULL_POINTER:
+        return " (the simulated hub was given no buffer)";
+    case HWA_SIM_REFUSED:
+        return " (the simulated hub does not know that command)";
+    case HWA_SIM_UNUSABLE:
+        return " (the simulated hub is unusable)";
+    default:
+        return " (a code that the simulated hub was told to give)";
+    }
+}
+
+} // namespace kslctl

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+// What went wrong: told on stderr at once, and kept for the JSON document and the exit status.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+namespace kslctl {
+
+using Json = nlohmann::ordered_json;
+
+// An operation of the library that did not return 0.
+struct FailedOperation {
+    uint32_t chip;
+    std::string operation;
+    std::string about; // what it was to do
+    int32_t code;
+};
+
+class Report {
+public:
+    // With a simulated hub, its own codes can be explained.
+    void set_simulated(bool simulated) { simulated_ = simulated; }
+
+    void fail(const FailedOperation &failure);
+    // A failure of anything else, as one sentence.
+    void fail(const std::string &sentence);
+
+    bool has_failures() const { return !errors_.empty(); }
+    const Json &errors() const { return errors_; }
+
+private:
+    std::string explain(int32_t code) const;
+
+    bool simulated_ = false;
+    Json errors_ = Json::array();
+};
+
+} // namespace kslctl

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/status_registers.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <ksl/ksl.h>
+
+namespace kslctl {
+
+namespace {
+
+constexpr RegisterInfo kInfo[kRegisters] = {
+    {"self_test", "self-test status", 0x01, 0x00, 8}, {"mode", "switch mode", 0x00, 0x00, 4},
+    {"link", "link status", 0x01, 0x10, 4},           {"link_change", "link change", 0x01, 0x14, 4},
+    {"speed", "port speed status", 0x01, 0x18, 4},    {"duplex", "port duplex status", 0x01, 0x1C, 4},
+};
+
+struct Operation {
+    const char *name;
+    int32_t (*read)(uint32_t chip, uint8_t *out);
+};
+
+// Of each register that can be read by itself.
+constexpr Operation kOperations[kRegisters] = {
+    {"ksl_read_bist_status_reg", ksl_read_bist_status_reg}, {"ksl_read_switch_mode_reg", ksl_read_switch_mode_reg},
+    {"ksl_read_link_status_reg", ksl_read_link_status_reg}, {nullptr, nullptr},
+    {"ksl_read_port_speed_reg", ksl_read_port_speed_reg},   {"ksl_read_port_duplex_reg", ksl_read_port_duplex_reg},
+};
+
+class Reader {
+public:
+    Reader(uint32_t chip, Report &report) : status_{chip, {}}, report_(report) {}
+
+    void read(Register which) {
+        const Operation &operation = kOperations[static_cast<size_t>(which)];
+        Bytes bytes{};
+        if (const int32_t code = operation.read(status_.chip, bytes.data()); code != 0) {
+            fail(which, operation.name, code);
+            return;
+        }
+        keep(which, bytes);
+    }
+
+    // One operation reads both; the first may be there although the second is not.
+    void read_both_link_registers() {
+        // No chip of 24 ports has such a link word.
+        constexpr Bytes kUntouched = {0xFF, 0xFF, 0xFF, 0xFF};
+        Bytes link = kUntouched;
+        Bytes change{};
+        const int32_t code = ksl_read_link_status_regs(status_.chip, link.data(), change.data());
+        const bool has_link = code == 0 || link != kUntouched;
+        if (has_link) {
+            keep(Register::link, link);
+        }
+        if (code == 0) {
+            keep(Register::link_change, change);
+        } else {
+            fail(has_link ? Register::link_change : Register::link, "ksl_read_link_status_regs", code);
+        }
+    }
+
+    ChipStatus take() { return std::move(status_); }
+
+private:
+    void keep(Register which, const Bytes &bytes) { status_.registers[static_cast<size_t>(which)] = bytes; }
+
+    void fail(Register which, const char *operation, int32_t code) {
+        const RegisterInfo &place = info(which);
+        const std::string about =
+            fmt::format("{} (page 0x{:02x}, offset 0x{:02x})", place.what, place.page, place.offset);
+        report_.fail({status_.chip, operation, about, code});
+    }
+
+    ChipStatus status_;
+    Report &report_;
+};
+
+} // namespace
+
+const RegisterInfo &info(Register which) {
+    return kInfo[static_cast<size_t>(which)];
+}
+
+ChipStatus read_status(uint32_t chip, std::span<const Register> wanted, Report &report) {
+    Reader reader(chip, report);
+    const bool wants_change = std::find(wanted.begin(), wanted.end(), Register::link_change) != wanted.end();
+    for (const Register which : wanted) {
+        if (which == Register::link_change) {
+            reader.read_both_link_registers();
+        } else if (which != Register::link || !wants_change) {
+            reader.read(which);
+        }
+    }
+    return reader.take();
+}
+
+} // namespace kslctl

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/table.h"
+
+#include <algorithm>
+
+namespace kslctl {
+
+namespace {
+
+constexpr std::string_view kBold = "\x1b[1m";
+constexpr std::string_view kRed = "\x1b[31m";
+constexpr std::string_view kPlain = "\x1b[0m";
+
+std::string emphasised(std::string_view how, std::string_view text) {
+    return std::string(how) + std::string(text) + std::string(kPlain);
+}
+
+} // namespace
+
+std::string Style::heading(std::string_view text) const {
+    return emphasis_ ? emphasised(kBold, text) : std::string(text);
+}
+
+std::string Style::value(std::string_view text) const {
+    return emphasis_ && text == kNotRead ? emphasised(kRed, text) : std::string(text);
+}
+
+std::string Table::render(const Style &style) const {
+    std::vector<size_t> widths;
+    for (size_t i = 0; i < columns_.size(); ++i) {
+        size_t width = columns_[i].heading.size();
+        for (const auto &row : rows_) {
+            width = std::max(width, row[i].size());
+        }
+        widths.push_back(width);
+    }
+
+    std::string text;
+    const auto add_line = [&](const auto &cell, const auto &emphasise) {
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            const std::string &content = cell(i);
+            const std::string blanks(widths[i] - content.size(), ' ');
+            const bool is_last = i + 1 == columns_.size();
+            text += columns_[i].align == Align::right ? blanks : "";
+            text += emphasise(content);
+            text += columns_[i].align == Align::left && !is_last ? blanks : "";
+            text += is_last ? "\n" : "  ";
+        }
+    };
+    add_line([&](size_t i) -> const std::string & { return columns_[i].heading; },
+             [&](const std::string &content) { return style.heading(content); });
+    for (const auto &row : rows_) {
+        add_line([&](size_t i) -> const std::string & { return row[i]; },
+                 [&](const std::string &content) { return style.value(content); });
+    }
+    return text;
+}
+
+} // namespace kslctl

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// From records to lines: which trace point a record is of, in which operation it was written, how long that took.
+#pragma once
+
+#include "ksltrace/catalogue.h"
+
+#include <optional>
+#include <trace_kbuf_reader.h>
+
+namespace ksltrace {
+
+// What is to be said of an entry or exit that lacks its counterpart.
+enum class Lone {
+    no,
+    left_early, // an entry: the operation around it came to its exit first
+    no_exit,    // an entry: left early or not finished, nothing tells
+    no_entry,   // an exit: the record of its entry is lost
+};
+
+struct Line {
+    const trace_kbuf_record *record = nullptr;
+    const Point *point = nullptr; // null: in no table, or the number of values is another than the table's
+    bool values_differ = false;   // the latter
+    unsigned depth = 0;           // number of operations around it
+    uint64_t lost_before = 0;     // records that are missing directly before it
+    Lone lone = Lone::no;
+
+    // Of an exit:
+    std::optional<double> elapsed_us;    // since the entry was written
+    std::optional<uint32_t> run_time_us; // as the library measured and traced it
+    // Of that run time's own record: the exit before it tells it.
+    bool told_by_exit = false;
+};
+
+struct Trace {
+    std::vector<Line> lines;  // one for each record, in order
+    uint64_t lost_at_end = 0; // records behind the last line that could not be read
+};
+
+// Operations are nested for each writer by itself. The lines refer to the snapshot's records.
+//
+// An operation that refuses an argument leaves without an exit record, and operations may run inside others. So an
+// entry encloses what follows when its exit is found; an entry without one encloses only the steps directly behind it.
+Trace decode(const trace_kbuf_snapshot &snapshot, const Catalogue &catalogue);
+
+} // namespace ksltrace

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// Command lines, as all tools treat them.
+#pragma once
+
+#include "support/standard_streams.h"
+
+#include <CLI/CLI.hpp>
+#include <optional>
+
+namespace tools {
+
+// Parses the command line. Returns the exit status when nothing is left to do: help and version have been
+// written, or what is wrong has been told. A bare call gets the help on stderr, as a usage error.
+std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, StandardOutput &out);
+
+} // namespace tools

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/standard_streams.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace tools {
+
+namespace {
+
+// A file opened later must not get the number of a standard stream that the caller had closed: it would
+// receive our text. Opened for reading only, so that writing to a closed stdout is still a failure.
+void occupy_standard_streams() {
+    int file = 0;
+    do {
+        file = open("/dev/null", O_RDONLY);
+    } while (file >= 0 && file <= STDERR_FILENO);
+    if (file > STDERR_FILENO) {
+        close(file);
+    }
+}
+
+} // namespace
+
+StandardOutput::StandardOutput(std::string program) : program_(std::move(program)) {
+    occupy_standard_streams();
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void StandardOutput::write(std::string_view text) {
+    while (!text.empty() && !given_up_) {
+        const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
+        if (written >= 0) {
+            text.remove_prefix(static_cast<size_t>(written));
+        } else if (errno == EPIPE) {
+            given_up_ = true;
+        } else if (errno != EINTR) {
+            const std::string reason = std::generic_category().message(errno);
+            complain(program_, fmt::format("the result cannot be written to the standard output: {}", reason));
+            given_up_ = failed_ = true;
+        }
+    }
+}
+
+bool StandardOutput::is_terminal() const {
+    return isatty(STDOUT_FILENO) != 0;
+}
+
+void complain(std::string_view program, std::string_view sentence) {
+    const std::string line = fmt::format("{}: {}\n", program, sentence);
+    // There is nowhere to report a failure of stderr.
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+} // namespace tools

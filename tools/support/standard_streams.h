@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// The one place through which the tools write to stdout.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tools {
+
+class StandardOutput {
+public:
+    // `program` begins the sentence about a failed write.
+    explicit StandardOutput(std::string program);
+
+    // When it returns, the text has reached the file, or the failure has been told on stderr. A reader who
+    // went away (`| head`) is no failure; nothing more is written then.
+    void write(std::string_view text);
+
+    bool failed() const { return failed_; }
+    bool is_terminal() const;
+
+private:
+    std::string program_;
+    bool failed_ = false;
+    bool given_up_ = false;
+};
+
+// One line "program: sentence" on stderr.
+void complain(std::string_view program, std::string_view sentence);
+
+} // namespace tools
