@@ -9,11 +9,10 @@ namespace ksltrace {
 
 namespace {
 
-// Every subsystem's table, in one place.
+// The library's own tables.
 constexpr Row kRows[] = {
 #define KSL_TRACE_POINT(identifier, kind, name, values, text) {identifier, Kind::kind, #name, values, text},
-#include "frame/trace_points.def"
-#include "port/trace_points.def"
+#include "trace_points.def"
 #undef KSL_TRACE_POINT
 };
 
