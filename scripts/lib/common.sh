@@ -41,12 +41,20 @@ build_packages='cmake ninja-build g++ libcli11-dev nlohmann-json3-dev libfmt-dev
 # shellcheck disable=SC2034
 powerpc_packages='g++-powerpc-linux-gnu qemu-user'
 
-# build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET; quiet unless something fails.
+# build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET. Shows its progress on a terminal; otherwise
+# it is silent unless something fails.
 build() {
     preset=$1
     shift
     log=$(mktemp)
-    if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+    if ! cmake --preset "$preset" "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        die "the $preset build could not be configured"
+    fi
+    if [ -t 1 ]; then
+        cmake --build --preset "$preset" || die "the $preset build failed"
+    elif ! cmake --build --preset "$preset" >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
         die "the $preset build failed"
