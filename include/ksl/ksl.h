@@ -36,6 +36,12 @@ extern "C" {
 
 /* ---- Shared records ---- */
 
+/**
+ * A register word, kept in memory as big-endian bytes on every host: the register's bytes come
+ * first, the rest are zero. Bit 31 is the most significant bit of the first byte.
+ */
+typedef uint32_t ksl_word;
+
 /** One request of a multi-register read. */
 struct ksl_reg_request {
     uint8_t page;        /**< Register page. */
@@ -50,6 +56,21 @@ KSL_STATIC_ASSERT(offsetof(struct ksl_reg_request, page) == 0, "page is byte 0")
 KSL_STATIC_ASSERT(offsetof(struct ksl_reg_request, offset) == 1, "offset is byte 1");
 KSL_STATIC_ASSERT(offsetof(struct ksl_reg_request, length) == 4, "length is bytes 4 to 7");
 KSL_STATIC_ASSERT(offsetof(struct ksl_reg_request, data) == 8, "data is bytes 8 to 15");
+
+/** A setting of an expected configuration: a register and the bytes that it should hold. */
+struct ksl_cfg_record {
+    uint8_t reserved; /**< Not examined. */
+    uint8_t page;     /**< Register page. */
+    uint8_t offset;   /**< Register offset within the page. */
+    uint8_t end_flag; /**< 1, with page and offset 0, in the record that ends a list and carries no setting. */
+    uint8_t value[8]; /**< The register's bytes, most significant first; a shorter one uses the first of them. */
+};
+
+KSL_STATIC_ASSERT(sizeof(struct ksl_cfg_record) == 12, "records follow one another every 12 bytes");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cfg_record, page) == 1, "page is byte 1");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cfg_record, offset) == 2, "offset is byte 2");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cfg_record, end_flag) == 3, "end_flag is byte 3");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cfg_record, value) == 4, "value is bytes 4 to 11");
 
 /* ---- Lifecycle and timing ---- */
 
@@ -122,7 +143,337 @@ int32_t ksl_read_port_speed_reg(uint32_t chip, uint8_t *out);
  */
 int32_t ksl_read_port_duplex_reg(uint32_t chip, uint8_t *out);
 
+/* ---- Port speed ----
+ *
+ * Any port number is taken: it selects the page of 16-bit PHY registers 0x10 + port, of which the
+ * low 8 bits reach the hardware.
+ */
+
+/**
+ * Reads the speed indication of a port: its PHY page, offset 0x30, 2 bytes.
+ * @param out receives bit 1 of the register, 0 or 1, as a native number; it is not checked and
+ *        must not be null.
+ * @return 0; else the lower library's code, `out` unchanged.
+ */
+int32_t ksl_get_port_speed(uint32_t chip, uint32_t port, uint32_t *out);
+
+/**
+ * Forces the speed of a port in its PHY control register: its PHY page, offset 0x00, 2 bytes, read
+ * and written back with bit 13 (speed) and bit 12 (auto-negotiation) changed. 100 sets both bits,
+ * 10 clears both.
+ * @param speed 10 or 100, in Mb/s.
+ * @return 0; -1 for any other speed, nothing written; else the lower library's code.
+ */
+int32_t ksl_set_port_speed(uint32_t chip, uint32_t port, uint32_t speed);
+
+/* ---- Port control ---- */
+
+/**
+ * Switches a port on: writes 0x3000 to its PHY control register (page 0x10 + port, offset 0x00),
+ * then 0x00 to its port control register (page 0, offset 0xD0 + port), which is read back for the
+ * trace only.
+ * @return 0; -1 if `port` is above 23; else the lower library's code of the access that failed,
+ *         the later ones not made.
+ */
+int32_t ksl_activate_port(uint32_t chip, uint32_t port);
+
+/** Switches a port off: as ksl_activate_port(), with 0x4000 and 0x03. */
+int32_t ksl_deactivate_port(uint32_t chip, uint32_t port);
+
+/**
+ * Reads the port control register of a port: page 0, offset 0xD0 + port, 1 byte.
+ * @param out receives a word: the register byte and three zero bytes. It is not checked and must
+ *        not be null.
+ * @return 0; -1 if `port` is above 23; else the lower library's code, `out` unchanged.
+ */
+int32_t ksl_read_port_cntrl_reg(uint32_t chip, uint32_t port, ksl_word *out);
+
+/**
+ * Starts a reset of a port's PHY: writes 0x8000 to its PHY control register (page 0x10 + port,
+ * offset 0x00). Does not wait for its end.
+ * @return 0; -1 if `port` is above 23; else the lower library's code.
+ */
+int32_t ksl_reset_PHY(uint32_t chip, uint32_t port);
+
+/* ---- VLAN registers ---- */
+
+/**
+ * Reads the PVID registers of all ports: page 0x34, offset 0x10 + 2 * port, 2 bytes each.
+ * @param out receives KSL_PORTS words, by port: the register's 2 bytes (priority in bits 29 to 31,
+ *        VLAN id in bits 16 to 27) and two zero bytes.
+ * @return 0; -1 if `out` is null; else the lower library's code of the read that failed, the words
+ *         of the ports before it filled and the rest unchanged.
+ */
+int32_t ksl_read_VLAN_PVID_regs(uint32_t chip, ksl_word *out);
+
+/**
+ * Writes the PVID register of a port: page 0x34, offset 0x10 + 2 * port, 2 bytes. The register is
+ * written whole, its bit 12 as 0.
+ * @param vid the VLAN id; its low 12 bits are taken.
+ * @param priority its low 3 bits are taken.
+ * @return 0; -1 if `port` is above 23; else the lower library's code.
+ */
+int32_t ksl_set_PVID(uint32_t chip, uint32_t vid, uint32_t priority, uint32_t port);
+
+/**
+ * Reads the VLAN enable register: page 0x34, offset 0x00, 1 byte. VLAN support is on when bit 31
+ * of the word is set.
+ * @param out receives a word: the register byte and three zero bytes.
+ * @return 0; -1 if `out` is null; else the lower library's code, `out` unchanged.
+ */
+int32_t ksl_read_VLAN_enable(uint32_t chip, ksl_word *out);
+
+/**
+ * Tells whether VLAN support is on.
+ * @param verdict becomes 1 if it is, and 0 if it is not or could not be read. It is not checked,
+ *        is read too (for the trace), and must not be null.
+ * @return the result of ksl_read_VLAN_enable().
+ */
+int32_t ksl_validate_VLAN_enable(uint32_t chip, uint32_t *verdict);
+
+/**
+ * Reads the VLAN table entry of a VLAN: writes 3 bytes of address (page 0x08, offset 0x32) and of
+ * command (offset 0x30), then reads 8 bytes of data (offset 0x38).
+ * @param vid the VLAN, 1 to 4094.
+ * @param out receives 8 bytes. As a 64-bit number, most significant byte first: bit 59 valid, bits
+ *        54 to 58 a field that the library only passes on, bits 27 to 53 the upper and bits 0 to 26
+ *        the lower port map.
+ * @return 0; -1 if `vid` is out of range or `out` is null; else the lower library's code of the
+ *         access that failed, the later ones not made and `out` unchanged.
+ */
+int32_t ksl_read_VLAN_map(uint32_t chip, uint32_t vid, uint8_t *out);
+
+/**
+ * Reads an extended VLAN control register: page 0x34, offset 0x10 + 2 * index of which the low 8
+ * bits count, 2 bytes. They stand where the PVID registers stand.
+ * @param index any number.
+ * @param out receives a word: the register's 2 bytes and two zero bytes. It is not checked and
+ *        must not be null.
+ * @return 0; else the lower library's code, `out` unchanged.
+ */
+int32_t ksl_read_extended_VLAN_cntrl_regs(uint32_t chip, uint32_t index, ksl_word *out);
+
+/* ---- Validation against a configuration library ----
+ *
+ * The configuration library is opened under the given path and asked for its records through
+ * __ksl_get_cfg(). Look at both result and verdict: result 0 with verdict 0 is a mismatch, or a
+ * configuration library that could not be opened or lacks the entry point. It is closed after a
+ * comparison; where it was opened and no comparison took place it stays loaded.
+ */
+
+/**
+ * Compares VLAN id and priority of every port's PVID register with the records of page 0x34,
+ * offset 0x10 + 2 * port (or one more). The last record of a port counts; a port without one is
+ * expected to have VLAN id 0 and priority 0. Records of any other offset are ignored.
+ * @param path the configuration library.
+ * @param verdict becomes 1 if all ports match, else 0. It is not checked and must not be null.
+ * @return 0; -1 if `path` is null; else the result of ksl_read_VLAN_PVID_regs().
+ */
+int32_t ksl_validate_VLAN_PVID_set(uint32_t chip, const char *path, uint32_t *verdict);
+
+/**
+ * Compares the VLAN table entry of a VLAN with the last record of page 0x08, offset 0x38 before
+ * the first record of page 0x08, offset 0x32 that holds the VLAN's number in the low 12 bits of
+ * its 3 bytes; where there is no such record, with the last one of the list. They match if both are
+ * valid and both their port maps are equal.
+ * @param path the configuration library.
+ * @param verdict becomes 1 if they match, else 0. It is not checked and must not be null.
+ * @return 0; -1 if `path` is null; else the result of ksl_read_VLAN_map().
+ */
+int32_t ksl_validate_VLAN_map(uint32_t chip, uint32_t vid, const char *path, uint32_t *verdict);
+
+/**
+ * To be defined by configuration libraries, not by this one: stores the address of the first of
+ * its records in *records. They remain the configuration library's, are only read, and only until
+ * the operation that asked for them returns. The result is not examined. Where no list is stored,
+ * nothing is compared and the operation returns that result.
+ */
+int32_t __ksl_get_cfg(const struct ksl_cfg_record **records);
+
+/* ---- MIB counters ---- */
+
+/**
+ * The counters of a port, named after their register offsets: raw register bytes, most significant
+ * first. An array of KSL_PORTS such blocks, by port, is what the reads fill.
+ */
+struct ksl_mib_port_block {
+    ksl_word counter_7c[2];
+    ksl_word counter_00[2];
+    ksl_word counter_18;
+    ksl_word counter_88;
+    ksl_word counter_08;
+    ksl_word counter_84; /**< Has its place, but is not read: keeps what the caller had there. */
+    ksl_word counter_10; /**< As counter_84. */
+    ksl_word counter_1c;
+    ksl_word counter_30;
+    ksl_word counter_38;
+    ksl_word counter_50;
+    ksl_word counter_70;
+    ksl_word counter_74;
+    ksl_word counter_78;
+    ksl_word counter_90;
+    ksl_word counter_98;
+    ksl_word counter_54;
+    ksl_word counter_58;
+    ksl_word counter_5c;
+    ksl_word counter_60;
+    ksl_word counter_64;
+    ksl_word counter_68;
+};
+
+KSL_STATIC_ASSERT(sizeof(struct ksl_mib_port_block) == 96, "blocks follow one another every 96 bytes");
+KSL_STATIC_ASSERT(offsetof(struct ksl_mib_port_block, counter_7c) == 0, "counter_7c is bytes 0 to 7");
+KSL_STATIC_ASSERT(offsetof(struct ksl_mib_port_block, counter_00) == 8, "counter_00 is bytes 8 to 15");
+KSL_STATIC_ASSERT(offsetof(struct ksl_mib_port_block, counter_18) == 16, "the 4-byte counters begin at byte 16");
+KSL_STATIC_ASSERT(offsetof(struct ksl_mib_port_block, counter_68) == 92, "counter_68 is bytes 92 to 95");
+
+/**
+ * Reads the counters of one port, all in one request: page 0x50 + port.
+ * @param blocks the blocks of all ports; that of `port` receives its counters, all but counter_84
+ *        and counter_10. The other blocks are not touched.
+ * @return 0; -1 if `blocks` is null or `port` is above 23; else the lower library's code, `blocks`
+ *         unchanged.
+ */
+int32_t ksl_read_MIB_counters_at_port(uint32_t chip, uint32_t port, struct ksl_mib_port_block *blocks);
+
+/**
+ * Reads the counters of all ports, one after the other; a port that fails does not end it.
+ * @param blocks the blocks of all ports. That of a port that fails is unchanged.
+ * @return the result of port 23 alone; failures of other ports are only traced. -1 if `blocks` is
+ *         null.
+ */
+int32_t ksl_read_MIB_counters(uint32_t chip, struct ksl_mib_port_block *blocks);
+
+/* ---- Age timer and control registers ---- */
+
+/**
+ * Reads the age timer of the address table: page 2, offset 0x06, 4 bytes.
+ * @param value receives the register word; its bits 0 to 19 hold the age time, in the chip's unit.
+ * @return 0; -1 if `value` is null; else the lower library's code, `value` unchanged.
+ */
+int32_t ksl_read_age_timer_reg(uint32_t chip, ksl_word *value);
+
+/**
+ * Writes the age timer: page 2, offset 0x06, 4 bytes, the upper 12 bits of the register as 0.
+ * @param value the age time as a native number; its low 20 bits are taken.
+ * @return 0; else the lower library's code.
+ */
+int32_t ksl_set_age_timer_reg(uint32_t chip, uint32_t value);
+
+/** The chip's main control and status registers, each as its own read delivers it. */
+struct ksl_cntrl_regs {
+    uint8_t switch_mode[4];  /**< ksl_read_switch_mode_reg() */
+    uint8_t bist_status[8];  /**< ksl_read_bist_status_reg() */
+    uint8_t link_status1[4]; /**< ksl_read_link_status_regs(), first output */
+    uint8_t link_status2[4]; /**< ksl_read_link_status_regs(), second output */
+    uint8_t port_speed[4];   /**< ksl_read_port_speed_reg() */
+    uint8_t port_duplex[4];  /**< ksl_read_port_duplex_reg() */
+    ksl_word age_timer;      /**< ksl_read_age_timer_reg() */
+};
+
+KSL_STATIC_ASSERT(sizeof(struct ksl_cntrl_regs) == 32, "the record has 32 bytes");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, switch_mode) == 0, "switch_mode is bytes 0 to 3");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, bist_status) == 4, "bist_status is bytes 4 to 11");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, link_status1) == 12, "link_status1 is bytes 12 to 15");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, link_status2) == 16, "link_status2 is bytes 16 to 19");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, port_speed) == 20, "port_speed is bytes 20 to 23");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, port_duplex) == 24, "port_duplex is bytes 24 to 27");
+KSL_STATIC_ASSERT(offsetof(struct ksl_cntrl_regs, age_timer) == 28, "age_timer is bytes 28 to 31");
+
+/**
+ * Reads the registers of ksl_cntrl_regs in the order of its fields, up to the first that fails.
+ * @param regs receives the registers read; the fields from the one that failed on are unchanged, but
+ *        link_status1 is filled when only link_status2 failed.
+ * @return 0; -1 if `regs` is null; else the result of the read that failed.
+ */
+int32_t ksl_read_cntrl_regs(uint32_t chip, struct ksl_cntrl_regs *regs);
+
+/* ---- Trunk groups ---- */
+
+/** The trunking registers. Bit n of a group is the membership of port n, bit 27 the group's flag. */
+struct ksl_trunk_group_regs {
+    ksl_word control;      /**< Page 0x32, offset 0x00, 1 byte; bit 25: trunking enabled. */
+    ksl_word group0;       /**< Page 0x32, offset 0x10, 4 bytes. */
+    ksl_word group0_again; /**< The same register, read once more. */
+};
+
+KSL_STATIC_ASSERT(sizeof(struct ksl_trunk_group_regs) == 12, "the record has three words");
+KSL_STATIC_ASSERT(offsetof(struct ksl_trunk_group_regs, control) == 0, "control is word 0");
+KSL_STATIC_ASSERT(offsetof(struct ksl_trunk_group_regs, group0) == 4, "group0 is word 1");
+KSL_STATIC_ASSERT(offsetof(struct ksl_trunk_group_regs, group0_again) == 8, "group0_again is word 2");
+
+/**
+ * Reads the trunking registers in the order of the record, up to the first that fails.
+ * @param regs receives the words read; those from the failed one on are unchanged.
+ * @return 0; -1 if `regs` is null; else the lower library's code of the read that failed.
+ */
+int32_t ksl_read_trunk_group_regs(uint32_t chip, struct ksl_trunk_group_regs *regs);
+
+/**
+ * Tells whether two ports are both members of an enabled trunk group. Group 1 is accepted, but its
+ * members are never confirmed.
+ * @param verdict becomes 1 if trunking, the group's flag and both ports' memberships are all set,
+ *        else 0, also when the registers could not be read.
+ * @return 0; -1 if `verdict` is null, a port is above 23 or `group` is above 1, `verdict` unchanged;
+ *         else the result of ksl_read_trunk_group_regs().
+ */
+int32_t ksl_validate_trunk_group(uint32_t chip, uint32_t group, uint32_t port_a, uint32_t port_b, uint32_t *verdict);
+
+/* ---- Port mirroring ---- */
+
+/**
+ * Mirrors what a range of ports sends to a capture port. Writes the mirror control register (page
+ * 2, offset 0x10: bit 31 and the capture port's bit), the ingress mirror mask (offset 0x14: always
+ * 0) and the egress mirror mask (offset 0x20: the bits of the range, none if `first_port` is above
+ * `last_port`), 4 bytes each.
+ * @return 0; -1 if a port is above 23, nothing written; else the lower library's code of the write
+ *         that failed, the later ones not made and the earlier ones not undone.
+ */
+int32_t ksl_set_mirror_port(uint32_t chip, uint32_t capture_port, uint32_t first_port, uint32_t last_port);
+
+/**
+ * Switches mirroring off: writes 0 to the mirror control register. The masks stay as they are.
+ * @param port any port; it has no effect.
+ * @return 0; -1 if `port` is above 23; else the lower library's code.
+ */
+int32_t ksl_unset_mirror_port(uint32_t chip, uint32_t port);
+
 /* ---- Address table ---- */
+
+/**
+ * A raw address-table entry, most significant byte first. Seen as a 64-bit number: bits 0 to 47 the
+ * MAC address, bits 48 to 52 the port; the others are flags that the library only passes on.
+ */
+struct ksl_raw_arl_entry {
+    uint8_t bytes[8];
+};
+
+KSL_STATIC_ASSERT(sizeof(struct ksl_raw_arl_entry) == 8, "entries follow one another every 8 bytes");
+
+/** An entry of ksl_read_ARL_table(). */
+struct ksl_arl_entry {
+    uint32_t port;     /**< 0 to 31. */
+    uint32_t flag55;   /**< Bit 55 of the raw entry: 0 or 1. */
+    uint8_t mac[6];    /**< In transmission order. */
+    uint8_t unused[2]; /**< Not written. */
+};
+
+KSL_STATIC_ASSERT(sizeof(struct ksl_arl_entry) == 16, "entries follow one another every 16 bytes");
+KSL_STATIC_ASSERT(offsetof(struct ksl_arl_entry, port) == 0, "port is bytes 0 to 3");
+KSL_STATIC_ASSERT(offsetof(struct ksl_arl_entry, flag55) == 4, "flag55 is bytes 4 to 7");
+KSL_STATIC_ASSERT(offsetof(struct ksl_arl_entry, mac) == 8, "mac is bytes 8 to 13");
+
+/**
+ * Fetches the whole address table in one request. Needs 64 KiB of stack.
+ * @param all_ports 0: the output ends before the first entry of port 0 or 1, whatever follows it.
+ *        Any other value: every entry.
+ * @param entries receives the entries in the table's order.
+ * @param count holds the room in `entries`, and becomes the number of entries written. Neither
+ *        pointer is checked; `count` must not be null.
+ * @return 0; -1 if the table has more entries than there is room for; else the lower library's
+ *         code. `entries` and `count` are unchanged unless it is 0.
+ */
+int32_t ksl_read_ARL_table(uint32_t chip, uint32_t all_ports, struct ksl_arl_entry *entries, uint32_t *count);
 
 /**
  * Walks the address table entry by entry through the access register at page 5, offset 0x24 and
@@ -131,6 +482,106 @@ int32_t ksl_read_port_duplex_reg(uint32_t chip, uint8_t *out);
  * 0x80. `callback` must not be null.
  */
 void __KSL_READ_ARL_TABLE(uint32_t chip, void (*callback)(const uint8_t *entry));
+
+/**
+ * Lets the chip's search engine deliver every entry (page 5: control at offset 0x20, 8 bytes;
+ * VLAN id at 0x2C, 2 bytes; entry at 0x24, 8 bytes), until it reports its end or an access fails.
+ * There is no other limit: the arrays must have room for all.
+ * @param vlan_words receives a word per result: its VLAN id in bits 16 to 27, the other bits keep
+ *        what the caller had there.
+ * @param entries receives the entry of each result; bit 56 keeps what the caller had there.
+ * @param count becomes the number of results. No pointer is checked and none may be null.
+ * @return 0; else the lower library's code. The results delivered before a failure stay, and behind
+ *         them the VLAN id of one whose entry could not be read.
+ */
+int32_t dbg_ksl_search_ARL_table(uint32_t chip, ksl_word *vlan_words, struct ksl_raw_arl_entry *entries,
+                                 uint32_t *count);
+
+/* ---- MAC filter and learning limits ----
+ *
+ * Outputs are not checked and must not be null; the reads take what they hold into the trace first.
+ */
+
+/**
+ * Reads how many source addresses a port has learned: page 0x41, offset 0x30 + 2 * port, 2 bytes.
+ * @param count receives the register's low 13 bits as a native number; 1234 unless the result is 0.
+ * @return 0; -1 if `port` is above 23; else the lower library's code.
+ */
+int32_t ksl_get_SA_count_at_port(uint32_t chip, uint32_t port, uint32_t *count);
+
+/**
+ * Reads how many source addresses a port may learn: page 0x41, offset 0x70 + 2 * port, 2 bytes.
+ * @param threshold receives the register's low 13 bits as a native number; 1234 unless the result
+ *        is 0.
+ * @return 0; -1 if `port` is above 23; else the lower library's code.
+ */
+int32_t ksl_get_learning_threshold_at_port(uint32_t chip, uint32_t port, uint32_t *threshold);
+
+/**
+ * Writes how many source addresses a port may learn: page 0x41, offset 0x70 + 2 * port, 2 bytes.
+ * @param threshold 0 to 8192; 8192 does not fit the register's 13 bits and is written as 0.
+ * @return 0; -1 if `port` is above 23 or `threshold` is above 8192; else the lower library's code.
+ */
+int32_t ksl_set_learning_threshold_at_port(uint32_t chip, uint32_t port, uint32_t threshold);
+
+/**
+ * Does nothing but trace its arguments: no filter reaches the chip.
+ * @return 0.
+ */
+int32_t ksl_set_MAC_filter(uint32_t chip, uint32_t filter);
+
+/* ---- Hub firmware version ---- */
+
+/**
+ * Asks the hub's controller for its firmware version.
+ * @param version receives the first 9 bytes of the answer, however long the answer is.
+ * @param length becomes 9, as a native number. Neither pointer is checked nor may be null.
+ * @return 0; else the lower library's code, `version` and `length` unchanged.
+ */
+int32_t ksl_read_EPN_firmware_version(uint32_t chip, uint8_t *version, uint32_t *length);
+
+/* ---- Switch reset and hub configuration ---- */
+
+/**
+ * Resets a switch chip. The chip number reaches the lower library whole.
+ * @return 0; else the lower library's code.
+ */
+int32_t ksl_reset_switch(uint32_t chip);
+
+/**
+ * Selects a switch configuration of the hub.
+ * @param configuration 0, 1 or 2; what they stand for is the hub's affair.
+ * @return 0; -1 for any other configuration; else the lower library's code.
+ */
+int32_t dbg_ksl_set_EPN_configuration(uint32_t chip, uint32_t configuration);
+
+/* ---- Debug register access ----
+ *
+ * The low 8 bits of page and offset count. Length and buffer are not checked: the lower library
+ * gets them as they are.
+ */
+
+/**
+ * Reads any register.
+ * @param buffer receives `length` bytes; after a failure whatever the lower library left there.
+ * @return 0; else the lower library's code.
+ */
+int32_t dbg_ksl_get_reg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer);
+
+/**
+ * Writes any register.
+ * @param buffer `length` bytes; they are traced before they are written.
+ * @return 0; else the lower library's code.
+ */
+int32_t dbg_ksl_set_reg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, const uint8_t *buffer);
+
+/**
+ * Reads eleven registers in one request and dumps them into the trace, and nowhere else: switch
+ * mode, self-test status, age timer, VLAN table address, trunking control (twice), and five of the
+ * VLAN page 0x34.
+ * @return 0; else the lower library's code, nothing dumped.
+ */
+int32_t dbg_ksl_dump_reg(uint32_t chip);
 
 /* ---- Access to the lower library ----
  *
@@ -192,6 +643,7 @@ void *__hwa_copy_status_bytes(const void *source, void *destination, uint32_t co
 struct timezone;
 
 extern void *ksl_hwa_handle;         /**< The opened lower library, or null. */
+extern void *ksl_cfg_handle;         /**< The configuration library that a validation left open, or null. */
 extern uint32_t ksl_trace_buffer;    /**< The trace buffer's descriptor. */
 extern void *ksl_scratch_buffer;     /**< 128 KiB reserved as a work area; used by no operation. */
 extern uint32_t ksl_time_enabled;    /**< Non-zero: run times are traced. */

@@ -9,10 +9,9 @@ namespace ksl {
 // Writes the run time of the operation that was stamped last.
 [[gnu::cold]] void trace_run_time();
 
-class CallFrame {
+// The end of a frame alone: for an operation that leaves the start stamp to those that it calls.
+class UnstampedFrame {
 public:
-    CallFrame() { gettimeofday(&ksl_start_time, &ksl_time_zone); }
-
     // An operation that returns without it leaves no end stamp and no run time.
     int32_t leave(int32_t result) const {
         gettimeofday(&ksl_end_time, &ksl_time_zone);
@@ -21,6 +20,11 @@ public:
         }
         return result;
     }
+};
+
+class CallFrame : public UnstampedFrame {
+public:
+    CallFrame() { gettimeofday(&ksl_start_time, &ksl_time_zone); }
 };
 
 } // namespace ksl

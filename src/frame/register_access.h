@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Register accesses as the operations make them: each leaves either a dump of its bytes or a failure record.
+// Register accesses as the operations make them: a read leaves a dump of its bytes, a failed access a failure record.
 #pragma once
 
 #include "frame/lower_library.h"
@@ -21,14 +21,22 @@ constexpr uint32_t kRegisterBytes = 8;
 // as every access has a call of it.
 [[gnu::cold]] void trace_failure(uint32_t header, uint32_t identifier, uint32_t page, uint32_t offset, uint32_t length);
 
+// Reads a register without a dump of its bytes, or writes the given failure record.
+[[gnu::always_inline]] inline int32_t fetch_register(uint32_t chip, const Register &place, uint8_t *bytes,
+                                                     TracePlace<3> failure) {
+    const int32_t result = getreg(chip, place.page, place.offset, place.length, bytes);
+    if (result != 0) {
+        trace_failure(failure.header, failure.identifier, place.page, place.offset, place.length);
+    }
+    return result;
+}
+
 // Reads a register and dumps its bytes, or writes the given failure record.
 [[gnu::always_inline]] inline int32_t read_register(uint32_t chip, const Register &place, uint8_t *bytes,
                                                     TracePlace<3> failure) {
-    const int32_t result = getreg(chip, place.page, place.offset, place.length, bytes);
+    const int32_t result = fetch_register(chip, place, bytes, failure);
     if (result == 0) {
         trace_status_bytes(bytes, place.length);
-    } else {
-        trace_failure(failure.header, failure.identifier, place.page, place.offset, place.length);
     }
     return result;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library's whole state: process-wide, zero at load, unguarded.
+// The state of the frame: process-wide, zero at load, unguarded.
 #include <ksl/ksl.h>
 
 extern "C" {

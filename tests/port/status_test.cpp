@@ -1,30 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "output.h"
 #include "scripted_test.h"
 
 #include "port/trace_points.h"
 
 namespace ksl::test {
 namespace {
-
-constexpr uint8_t kUntouched = 0xEE;
-
-// A caller's buffer with a margin, so that a byte too many shows.
-struct Output {
-    uint8_t bytes[12] = {kUntouched, kUntouched, kUntouched, kUntouched, kUntouched, kUntouched,
-                         kUntouched, kUntouched, kUntouched, kUntouched, kUntouched, kUntouched};
-
-    operator uint8_t *() { return bytes; }
-
-    // True when the buffer holds `expected` and is otherwise as it was.
-    testing::AssertionResult holds(const Bytes &expected) const {
-        for (size_t i = 0; i < sizeof bytes; ++i) {
-            if (bytes[i] != (i < expected.size() ? expected[i] : kUntouched)) {
-                return testing::AssertionFailure() << "byte " << i << " is " << int{bytes[i]};
-            }
-        }
-        return testing::AssertionSuccess();
-    }
-};
 
 class StatusReads : public Opened {
 protected:

@@ -6,6 +6,7 @@
 
 #include <ksl/ksl.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,17 @@ struct Operation {
     TracePoint exit;
     // Runs it so that it succeeds on registers of zeros.
     int32_t (*run)(uint32_t chip);
-    // Runs it with the output pointer that it checks being null; null where it checks none.
-    int32_t (*run_without_output)(uint32_t chip);
+    // Runs it with an argument for which it leaves at once, a null output or a port out of range; null where it has
+    // none.
+    int32_t (*run_refused)(uint32_t chip);
+    // The values of its entry record in `run`; the chip number alone where nothing is said.
+    std::vector<uint32_t> (*entry_values)(uint32_t chip) = [](uint32_t chip) { return std::vector<uint32_t>{chip}; };
+    // How many operations it calls, each of which runs in a frame of its own.
+    uint32_t inner_operations = 0;
+    // Some leave the start stamp to the operations that they call.
+    bool stamps_its_start = true;
+
+    friend std::ostream &operator<<(std::ostream &out, const Operation &operation) { return out << operation.name; }
 };
 
 const std::vector<Operation> &operations();

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 
 // Inside this link malloc and free are the wrapped ones.
@@ -61,14 +62,21 @@ std::string record_text(const char *operation, uint32_t descriptor, uint32_t cou
            " point=" + hex(identifier) + " slots:" + joined(slots);
 }
 
+void note(const Call &call) {
+    active().calls.push_back(call);
+    if (active().on_call) {
+        active().on_call(call.text);
+    }
+}
+
 void note(const std::string &text) {
-    active().calls.push_back({text});
+    note(Call{text});
 }
 
 void note_record(const char *operation, uint32_t descriptor, uint32_t header, uint32_t identifier,
                  const std::vector<uint32_t> &slots) {
-    active().calls.push_back({record_text(operation, descriptor, header >> 16, identifier, slots), header & 0xFFFF,
-                              identifier, header >> 16});
+    note(Call{record_text(operation, descriptor, header >> 16, identifier, slots), header & 0xFFFF, identifier,
+              header >> 16});
 }
 
 const std::string kLookup = "look up ";
@@ -109,6 +117,7 @@ Bytes next_read(uint8_t page, uint8_t offset) {
 
 int32_t scripted_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer) {
     note_entry_point("hwa_getreg", access_text("hwa_getreg", chip, page, offset, length));
+    active().buffers.push_back(buffer);
     const int32_t result = access_result();
     const Bytes bytes = next_read(page, offset);
     if (result == 0 || active().failing_reads_deliver) {
@@ -120,6 +129,7 @@ int32_t scripted_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t len
 int32_t scripted_setreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, const uint8_t *buffer) {
     note_entry_point("hwa_setreg",
                      access_text("hwa_setreg", chip, page, offset, length) + " bytes:" + hex_bytes(buffer, length));
+    active().buffers.push_back(buffer);
     return access_result();
 }
 
@@ -137,10 +147,6 @@ int32_t noted(const std::string &name, Arguments... arguments) {
     return active().result;
 }
 
-uint64_t whole_address(const void *pointer) {
-    return reinterpret_cast<uintptr_t>(pointer);
-}
-
 int32_t scripted_get_multireg(uint8_t chip, ksl_reg_request *requests, uint32_t count) {
     if (active().on_get_multireg) {
         active().on_get_multireg(requests, count);
@@ -149,10 +155,18 @@ int32_t scripted_get_multireg(uint8_t chip, ksl_reg_request *requests, uint32_t 
 }
 
 int32_t scripted_getmacs(uint8_t chip, void *entries, uint32_t *count) {
+    if (active().on_getmacs) {
+        active().on_getmacs(entries, count);
+    } else {
+        *count = 0;
+    }
     return noted("hwa_getmacs", chip, whole_address(entries), whole_address(count));
 }
 
 int32_t scripted_engpowercmd(const uint8_t *command, uint32_t length, uint8_t *response, uint32_t *response_length) {
+    if (active().on_engpowercmd) {
+        active().on_engpowercmd(command, length, response, response_length);
+    }
     return noted("hwa_engpowercmd", whole_address(command), length, whole_address(response),
                  whole_address(response_length));
 }
@@ -167,6 +181,14 @@ int32_t scripted_setmacfilter(uint8_t chip, uint32_t filter) {
 
 int32_t scripted_resetswitch(uint32_t chip) {
     return noted("hwa_resetswitch", chip);
+}
+
+int32_t scripted_get_cfg(const ksl_cfg_record **records) {
+    note("__ksl_get_cfg");
+    if (!active().configuration.empty()) {
+        *records = active().configuration.data();
+    }
+    return active().configuration_result;
 }
 
 template <class Function>
@@ -184,24 +206,37 @@ void *scripted_entry_point(const std::string &name) {
         {"hwa_setswitchconfig", pointer_to(scripted_setswitchconfig)},
         {"hwa_setmacfilter", pointer_to(scripted_setmacfilter)},
         {"hwa_resetswitch", pointer_to(scripted_resetswitch)},
+        {"__ksl_get_cfg", pointer_to(scripted_get_cfg)},
     };
     const auto found = entry_points.find(name);
     return found == entry_points.end() || active().missing_entry_points.count(name) != 0 ? nullptr : found->second;
 }
 
 std::string handle_text(const void *handle) {
-    return handle == nullptr ? "null" : handle == kFirstHandle ? "first" : handle == kSecondHandle ? "second" : "?";
+    return handle == nullptr                ? "null"
+           : handle == kFirstHandle         ? "first"
+           : handle == kSecondHandle        ? "second"
+           : handle == kConfigurationHandle ? "configuration"
+                                            : "?";
 }
 
 char first_handle;
 char second_handle;
+char configuration_handle;
 char loader_error[] = "cannot open shared object file";
 
 } // namespace
 
 void *const kFirstHandle = &first_handle;
 void *const kSecondHandle = &second_handle;
+void *const kConfigurationHandle = &configuration_handle;
+const char *const kConfigurationPath = "/opt/libcfg.so";
 const char *const kLoaderError = loader_error;
+
+Bytes bytes_of(uint32_t word) {
+    return {static_cast<uint8_t>(word >> 24), static_cast<uint8_t>(word >> 16), static_cast<uint8_t>(word >> 8),
+            static_cast<uint8_t>(word)};
+}
 
 Calls &Calls::operator+=(const Calls &more) {
     insert(end(), more.begin(), more.end());
@@ -254,6 +289,10 @@ uint32_t address(const void *pointer) {
     return trace_value(pointer);
 }
 
+uint64_t whole_address(const void *pointer) {
+    return reinterpret_cast<uintptr_t>(pointer);
+}
+
 Call record(TracePoint point, const std::vector<uint32_t> &values) {
     const size_t count = values.size();
     if (count != point.values) {
@@ -264,6 +303,15 @@ Call record(TracePoint point, const std::vector<uint32_t> &values) {
     slots.resize(count == 0 ? 0 : count <= 5 ? 5 : 9);
     const char *operation = count == 0 ? "write_all" : count <= 5 ? "write_ints5" : "write_ints9";
     return {record_text(operation, ksl_trace_buffer, point.values, point.identifier, slots)};
+}
+
+std::vector<uint32_t> slots(const Call &record) {
+    std::vector<uint32_t> all;
+    std::istringstream text(record.text.substr(record.text.find("slots:") + 6));
+    for (uint32_t value; text >> std::hex >> value;) {
+        all.push_back(value);
+    }
+    return all;
 }
 
 ScriptedPlatform::ScriptedPlatform() {
@@ -279,6 +327,7 @@ ScriptedPlatform::~ScriptedPlatform() {
 
 Calls ScriptedPlatform::take() {
     accesses = 0;
+    buffers = {};
     return std::exchange(calls, {});
 }
 
@@ -334,7 +383,9 @@ void *__wrap_dlopen(const char *file, int flags) {
     if (active().libraries.count(file) == 0) {
         return nullptr;
     }
-    return std::strcmp(file, "libhwa.so") == 0 ? kFirstHandle : kSecondHandle;
+    return std::strcmp(file, "libhwa.so") == 0          ? kFirstHandle
+           : std::strcmp(file, kConfigurationPath) == 0 ? kConfigurationHandle
+                                                        : kSecondHandle;
 }
 
 char *__wrap_dlerror() {
@@ -348,8 +399,9 @@ int __wrap_dlclose(void *handle) {
 }
 
 void *__wrap_dlsym(void *handle, const char *name) {
-    if (handle != ksl_hwa_handle) {
-        note("dlsym through " + handle_text(handle) + ", not through ksl_hwa_handle");
+    const bool of_configuration = std::strcmp(name, "__ksl_get_cfg") == 0;
+    if (handle != (of_configuration ? ksl_cfg_handle : ksl_hwa_handle)) {
+        note("dlsym through the wrong handle, " + handle_text(handle));
     }
     void *const found = scripted_entry_point(name);
     note(kLookup + name + (found == nullptr ? ": missing" : ""));

@@ -25,6 +25,9 @@ namespace ksl::test {
 
 using Bytes = std::vector<uint8_t>;
 
+// A register word as its bytes.
+Bytes bytes_of(uint32_t word);
+
 // One call as a line of text, in a form that tests can also write; `line` is a record's source line.
 struct Call {
     std::string text;
@@ -66,8 +69,13 @@ Call lookup_missing(const std::string &name);
 Call platform_call(const std::string &text);
 
 uint32_t address(const void *pointer);
+// The same with all its bits, as the entry points are given it.
+uint64_t whole_address(const void *pointer);
 
 Call record(TracePoint point, const std::vector<uint32_t> &values);
+
+// The slots of a noted record, for values that only the library knows.
+std::vector<uint32_t> slots(const Call &record);
 
 // A record with its values, written by the operation that the point's values call for.
 template <class... Values>
@@ -76,6 +84,10 @@ Call record(TracePoint point, Values... values) {
 }
 
 // ---- The script ----
+
+// The configuration library that the loader finds.
+extern const char *const kConfigurationPath;
+constexpr ksl_cfg_record kEndOfList{0, 0, 0, 1, {}};
 
 struct ScriptedPlatform {
     ScriptedPlatform();
@@ -96,15 +108,26 @@ struct ScriptedPlatform {
     uint32_t delivered_bytes = 0xFFFFFFFF;
     // A failing read delivers its bytes all the same.
     bool failing_reads_deliver = false;
+    // The buffers that the register accesses since the last take were given.
+    std::vector<const void *> buffers;
+    // Called with each call, before it takes effect.
+    std::function<void(const std::string &text)> on_call;
     // What a look-up does not find.
     std::set<std::string> missing_entry_points;
     // Result of every entry point other than the two register accesses.
     int32_t result = 0;
     // Called in the place of the entry points that fill buffers, where a test sets them.
     std::function<void(ksl_reg_request *requests, uint32_t count)> on_get_multireg;
+    std::function<void(void *entries, uint32_t *count)> on_getmacs;
+    std::function<void(const uint8_t *command, uint32_t length, uint8_t *response, uint32_t *response_length)>
+        on_engpowercmd;
 
     // The files that dlopen finds.
-    std::set<std::string> libraries{"libhwa.so", "libqrthwa.gen1.so"};
+    std::set<std::string> libraries{"libhwa.so", "libqrthwa.gen1.so", kConfigurationPath};
+    // The list that the configuration library hands out, its end included; none where it is empty.
+    std::vector<ksl_cfg_record> configuration{kEndOfList};
+    // What it answers when it is asked for its list.
+    int32_t configuration_result = 0;
     // The very names that it was given.
     std::vector<const char *> opened_names;
     bool malloc_fails = false;
@@ -121,10 +144,14 @@ struct ScriptedPlatform {
     uint32_t accesses = 0;
 };
 
+// Codes that a failing access may have, among them the one that the library has itself.
+inline constexpr int32_t kFailureCodes[] = {1, -1, 77, -2147483647 - 1};
+
 // The values by which tests recognise what the script hands out.
 constexpr uint32_t kDescriptor = 0x5EED0001;
 extern void *const kFirstHandle;
 extern void *const kSecondHandle;
+extern void *const kConfigurationHandle;
 extern const char *const kLoaderError;
 
 } // namespace ksl::test

@@ -22,6 +22,8 @@ protected:
     }
 
     ~Opened() override {
+        // It may refer to what the test's body has left.
+        platform.on_call = nullptr;
         ksl_disable_time();
         ksl_terminate();
     }

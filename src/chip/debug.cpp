@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Raw register access for debugging: any register read or written, and a fixed set dumped into the trace.
+#include "chip/trace_points.h"
+#include "frame/call_frame.h"
+
+#include <iterator>
+
+namespace {
+
+using namespace ksl;
+
+struct DumpedRegister {
+    uint8_t page;
+    uint8_t offset;
+    uint8_t length;
+};
+
+// The trunking control register is dumped twice: readers of the trace count on eleven rows.
+constexpr DumpedRegister kDumped[] = {
+    {0x00, 0x00, 1}, {0x01, 0x00, 6}, {0x02, 0x06, 4}, {0x08, 0x32, 3}, {0x32, 0x00, 1}, {0x32, 0x00, 1},
+    {0x34, 0x00, 1}, {0x34, 0x01, 1}, {0x34, 0x02, 1}, {0x34, 0x07, 1}, {0x34, 0x08, 1},
+};
+constexpr uint32_t kDumpedCount = std::size(kDumped);
+
+} // namespace
+
+extern "C" int32_t dbg_ksl_get_reg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer) {
+    const CallFrame frame;
+    trace(points::get_reg_entry, chip, page, offset, length);
+    const int32_t result = __hwa_getreg(chip, page, offset, length, buffer);
+    if (result != 0) {
+        trace(points::get_reg_failed, chip, page, offset, length);
+    } else {
+        __print_status_array(buffer, length);
+    }
+    trace(points::get_reg_exit, result);
+    return frame.leave(result);
+}
+
+extern "C" int32_t dbg_ksl_set_reg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length,
+                                   const uint8_t *buffer) {
+    const CallFrame frame;
+    trace(points::set_reg_entry, chip, page, offset, length);
+    // Before the write: the trace tells what was tried.
+    __print_status_array(buffer, length);
+    const int32_t result = __hwa_setreg(chip, page, offset, length, buffer);
+    if (result != 0) {
+        trace(points::set_reg_failed, chip, page, offset, length);
+    }
+    trace(points::set_reg_exit, result);
+    return frame.leave(result);
+}
+
+extern "C" int32_t dbg_ksl_dump_reg(uint32_t chip) {
+    const CallFrame frame;
+    trace(points::dump_reg_entry, chip);
+    ksl_reg_request requests[kDumpedCount] = {};
+    for (uint32_t i = 0; i < kDumpedCount; ++i) {
+        requests[i].page = kDumped[i].page;
+        requests[i].offset = kDumped[i].offset;
+        requests[i].length = kDumped[i].length;
+    }
+    const int32_t result = __hwa_get_multireg(chip, requests, kDumpedCount);
+    if (result != 0) {
+        trace(points::dump_reg_failed, result);
+    } else {
+        for (const ksl_reg_request &request : requests) {
+            trace(points::dump_reg_register, request.page, request.offset, request.length);
+            __print_status_array(request.data, request.length);
+        }
+    }
+    trace(points::dump_reg_exit, result);
+    return frame.leave(result);
+}
