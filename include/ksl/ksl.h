@@ -642,11 +642,11 @@ void *__hwa_copy_status_bytes(const void *source, void *destination, uint32_t co
 
 struct timezone;
 
-extern void *ksl_hwa_handle;         /**< The opened lower library, or null. */
-extern void *ksl_cfg_handle;         /**< The configuration library that a validation left open, or null. */
-extern uint32_t ksl_trace_buffer;    /**< The trace buffer's descriptor. */
-extern void *ksl_scratch_buffer;     /**< 128 KiB reserved as a work area; used by no operation. */
-extern uint32_t ksl_time_enabled;    /**< Non-zero: run times are traced. */
+extern void *ksl_hwa_handle;          /**< The opened lower library, or null. */
+extern void *ksl_cfg_handle;          /**< The configuration library that a validation left open, or null. */
+extern uint32_t ksl_trace_buffer;     /**< The trace buffer's descriptor. */
+extern void *ksl_scratch_buffer;      /**< 128 KiB reserved as a work area; used by no operation. */
+extern uint32_t ksl_time_enabled;     /**< Non-zero: run times are traced. */
 extern struct timeval ksl_start_time; /**< When the last operation began. */
 extern struct timeval ksl_end_time;   /**< When the last operation that came to its end did so. */
 extern struct timezone ksl_time_zone; /**< Filled along with the stamps, never read. */

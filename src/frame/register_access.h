@@ -21,9 +21,26 @@ constexpr uint32_t kRegisterBytes = 8;
 // as every access has a call of it.
 [[gnu::cold]] void trace_failure(uint32_t header, uint32_t identifier, uint32_t page, uint32_t offset, uint32_t length);
 
+// The accesses for sources that are compiled for size: there each is one call.
+int32_t fetch_or_fail(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *bytes, uint32_t header,
+                      uint32_t identifier);
+int32_t read_or_fail(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *bytes, uint32_t header,
+                     uint32_t identifier);
+int32_t write_or_fail(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, const uint8_t *bytes,
+                      uint32_t header, uint32_t identifier);
+
+#ifdef __OPTIMIZE_SIZE__
+inline namespace compact {
+#else
+inline namespace fast {
+#endif
+
 // Reads a register without a dump of its bytes, or writes the given failure record.
 [[gnu::always_inline]] inline int32_t fetch_register(uint32_t chip, const Register &place, uint8_t *bytes,
                                                      TracePlace<3> failure) {
+    if constexpr (kCompact) {
+        return fetch_or_fail(chip, place.page, place.offset, place.length, bytes, failure.header, failure.identifier);
+    }
     const int32_t result = getreg(chip, place.page, place.offset, place.length, bytes);
     if (result != 0) {
         trace_failure(failure.header, failure.identifier, place.page, place.offset, place.length);
@@ -34,6 +51,9 @@ constexpr uint32_t kRegisterBytes = 8;
 // Reads a register and dumps its bytes, or writes the given failure record.
 [[gnu::always_inline]] inline int32_t read_register(uint32_t chip, const Register &place, uint8_t *bytes,
                                                     TracePlace<3> failure) {
+    if constexpr (kCompact) {
+        return read_or_fail(chip, place.page, place.offset, place.length, bytes, failure.header, failure.identifier);
+    }
     const int32_t result = fetch_register(chip, place, bytes, failure);
     if (result == 0) {
         trace_status_bytes(bytes, place.length);
@@ -51,11 +71,16 @@ constexpr uint32_t kRegisterBytes = 8;
 // Writes a register, or the given failure record.
 [[gnu::always_inline]] inline int32_t write_register(uint32_t chip, const Register &place, const uint8_t *bytes,
                                                      TracePlace<3> failure) {
+    if constexpr (kCompact) {
+        return write_or_fail(chip, place.page, place.offset, place.length, bytes, failure.header, failure.identifier);
+    }
     const int32_t result = setreg(chip, place.page, place.offset, place.length, bytes);
     if (result != 0) {
         trace_failure(failure.header, failure.identifier, place.page, place.offset, place.length);
     }
     return result;
 }
+
+} // namespace fast or compact
 
 } // namespace ksl

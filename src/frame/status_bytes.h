@@ -8,6 +8,12 @@
 
 namespace ksl {
 
+#ifdef __OPTIMIZE_SIZE__
+inline namespace compact {
+#else
+inline namespace fast {
+#endif
+
 // One record with the bytes; there is a trace point for each length that a register can have.
 [[gnu::always_inline]] inline int32_t trace_status_bytes(const uint8_t *b, uint32_t length) {
     switch (length) {
@@ -36,5 +42,7 @@ namespace ksl {
 inline void *copy_status_bytes(const void *source, void *destination, uint32_t count) {
     return memcpy(destination, source, count);
 }
+
+} // namespace fast or compact
 
 } // namespace ksl

@@ -65,12 +65,32 @@ inline uint32_t trace_value(const void *address) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(address));
 }
 
+// Records of up to five values for sources that are compiled for size: there each is one call.
+int32_t write_record(uint32_t identifier, uint32_t header);
+int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0);
+int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t v1);
+int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t v1, uint32_t v2);
+int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t v1, uint32_t v2, uint32_t v3);
+int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t v1, uint32_t v2, uint32_t v3,
+                     uint32_t v4);
+
+// What is inline differs between sources compiled for size and for speed, and so do the names that the linker sees.
+#ifdef __OPTIMIZE_SIZE__
+constexpr bool kCompact = true;
+inline namespace compact {
+#else
+constexpr bool kCompact = false;
+inline namespace fast {
+#endif
+
 // Writes one record; the result is the trace library's and may be ignored. Slots without a value are zero.
 template <class... Values>
 inline int32_t trace(std::type_identity_t<TracePlace<sizeof...(Values)>> place, Values... values) {
     constexpr auto count = sizeof...(Values);
     const uint32_t slots[9] = {trace_value(values)...};
-    if constexpr (count == 0) {
+    if constexpr (kCompact && count <= 5) {
+        return write_record(place.identifier, place.header, trace_value(values)...);
+    } else if constexpr (count == 0) {
         return trace_kbuf_write_all(ksl_trace_buffer, place.identifier, " ", place.header, 0);
     } else if constexpr (count <= 5) {
         return trace_kbuf_write_ints5(ksl_trace_buffer, place.header, place.identifier, slots[0], slots[1], slots[2],
@@ -80,5 +100,7 @@ inline int32_t trace(std::type_identity_t<TracePlace<sizeof...(Values)>> place, 
                                       slots[3], slots[4], slots[5], slots[6], slots[7], slots[8]);
     }
 }
+
+} // namespace fast or compact
 
 } // namespace ksl
