@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The entry points that both generations of the library have.
+#include "addresses.h"
+#include "configurations.h"
+#include "controller.h"
 #include "hub.h"
 #include "hwa.h"
 #include "hwa_sim.h"
@@ -49,9 +52,14 @@ int32_t hwa_getmacs(uint8_t chip, void *entries, uint32_t *count) {
     return perform({Entry::getmacs, chip, {}, {}}, describe, [&](const Visit &visit) -> int32_t {
         if (entries == nullptr || count == nullptr)
             return HWA_SIM_NULL_POINTER;
-        const auto known = static_cast<std::uint32_t>(from_bytes(visit.chip.address_count));
-        *count = std::min(room, known);
-        const std::span<const Byte> raw(visit.chip.addresses.data()->data(), *count * sizeof(AddressImage));
+        std::vector<Byte> raw;
+        AddressScan scan(visit.chip);
+        for (*count = 0; *count < room; ++*count) {
+            const AddressImage *const entry = scan.next();
+            if (entry == nullptr)
+                break;
+            raw.insert(raw.end(), entry->raw.begin(), entry->raw.end());
+        }
         pass(visit.effects, raw, static_cast<Byte *>(entries));
         visit.answer = " count=" + std::to_string(*count);
         return 0;
@@ -63,18 +71,26 @@ int32_t hwa_engpowercmd(const uint8_t *command, uint32_t length, uint8_t *respon
         const bool shown = command != nullptr && length <= kLongestShown;
         return "length=" + std::to_string(length) + (shown ? " bytes=" + hex(std::span(command, length)) : "");
     };
-    return perform_without_chip(Entry::engpowercmd, describe, [&]() -> int32_t {
-        if (command == nullptr || response == nullptr || response_length == nullptr)
-            return HWA_SIM_NULL_POINTER;
-        return HWA_SIM_REFUSED; // the controller knows no command
+    const bool complete = command != nullptr && response != nullptr && response_length != nullptr;
+    const std::optional<Byte> chip = complete ? version_asked_for(std::span(command, length)) : std::nullopt;
+    if (!chip) {
+        return perform_without_chip(Entry::engpowercmd, describe,
+                                    [&]() -> int32_t { return complete ? HWA_SIM_REFUSED : HWA_SIM_NULL_POINTER; });
+    }
+    return perform({Entry::engpowercmd, *chip, {}, {}}, describe, [&](const Visit &visit) -> int32_t {
+        if (*response_length < kVersionLength)
+            return HWA_SIM_BAD_LENGTH;
+        *response_length = kVersionLength;
+        visit.answer = " bytes=" + hex(pass(visit.effects, visit.chip.firmware, response));
+        return 0;
     });
 }
 
 int32_t hwa_setswitchconfig(uint8_t chip, uint32_t configuration) {
     const auto describe = [&] { return on_chip(chip) + " configuration=" + std::to_string(configuration); };
-    // The three configurations differ in nothing that is simulated.
-    return perform({Entry::setswitchconfig, chip, {}, {}}, describe,
-                   [&](const Visit &) -> int32_t { return configuration <= 2 ? 0 : HWA_SIM_REFUSED; });
+    return perform({Entry::setswitchconfig, chip, {}, {}}, describe, [&](const Visit &visit) -> int32_t {
+        return configure(visit.transaction, visit.chip, configuration) ? 0 : HWA_SIM_REFUSED;
+    });
 }
 
 int32_t hwa_setmacfilter(uint8_t chip, uint32_t filter) {

@@ -15,22 +15,21 @@ namespace {
 // What an entry point has that a rule can speak of.
 struct EntryRow {
     const char *name;
-    bool chip;
     bool registers;
     bool data;
 };
 
 // clang-format off
 constexpr EntryRow kEntries[] = {
-    // name            chip   registers data
-    {"getreg",          true,  true,  true},
-    {"get_multireg",    true,  true,  true},
-    {"setreg",          true,  true,  true},
-    {"getmacs",         true,  false, true},
-    {"engpowercmd",     false, false, true},
-    {"setswitchconfig", true,  false, false},
-    {"setmacfilter",    true,  false, false},
-    {"resetswitch",     true,  false, false},
+    // name             registers data
+    {"getreg",          true,     true},
+    {"get_multireg",    true,     true},
+    {"setreg",          true,     true},
+    {"getmacs",         false,    true},
+    {"engpowercmd",     false,    true},
+    {"setswitchconfig", false,    false},
+    {"setmacfilter",    false,    false},
+    {"resetswitch",     false,    false},
 };
 // clang-format on
 
@@ -163,8 +162,6 @@ private:
         if (!rule_.entry)
             return;
         const EntryRow &row = kEntries[static_cast<std::size_t>(*rule_.entry)];
-        if (rule_.chip && !row.chip)
-            refuse("chip", "is nothing that " + std::string(row.name) + " has");
         if ((rule_.page || rule_.offset || rule_.port) && !row.registers)
             refuse(rule_.page     ? "page"
                    : rule_.offset ? "offset"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hub.h"
 
+#include "clock.h"
 #include "hwa_sim.h"
 #include "log.h"
 #include "problem.h"
@@ -42,6 +43,7 @@ public:
                             ? with_place("the built-in scenario", [] { return parse_scenario(kDefaultScenario); })
                             : with_place("HWA_SIM_SCENARIO: " + path, [&] { return load_scenario(path); });
             faults_ = with_place("HWA_SIM_FAULTS", [] { return Faults(environment("HWA_SIM_FAULTS")); });
+            clock_ = with_place("HWA_SIM_CLOCK", [] { return Clock(environment("HWA_SIM_CLOCK")); });
             state_ = std::make_unique<StateFile>(state_folder(), scenario_);
             description_ = "simulated hub \"" + scenario_.name + "\" (" +
                            (path.empty() ? "built-in scenario" : "scenario " + path) + "), state " + state_->path();
@@ -59,6 +61,7 @@ public:
 
     StateFile *state() { return state_.get(); }
     Faults &faults() { return faults_; }
+    const Clock &clock() const { return clock_; }
     Log &log() { return log_; }
     const std::string &description() const { return description_; }
 
@@ -66,6 +69,7 @@ private:
     Log log_;
     Scenario scenario_;
     Faults faults_{""};
+    Clock clock_;
     std::unique_ptr<StateFile> state_;
     std::string description_;
 };
@@ -151,6 +155,7 @@ std::int32_t perform(const Access &access, Describe describe, FunctionRef<std::i
         const ChipImage *const chip = transaction.chip(access.chip.value());
         if (chip == nullptr)
             return HWA_SIM_NO_SUCH_CHIP;
+        hub().clock().advance(transaction, *chip);
         const std::int32_t result = work({transaction, *chip, effects, answer});
         transaction.commit();
         return result;

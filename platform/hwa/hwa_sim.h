@@ -13,7 +13,8 @@ extern "C" {
 /** The simulated hub's own result codes. */
 enum hwa_sim_code {
     HWA_SIM_NO_SUCH_CHIP = 101, /**< The hub has no chip of that number. */
-    HWA_SIM_BAD_LENGTH = 102,   /**< A register of 0 or more than 8 bytes, or one past the end of its page. */
+    HWA_SIM_BAD_LENGTH =
+        102, /**< A register of 0 or more than 8 bytes or past the end of its page; no room for an answer. */
     HWA_SIM_NULL_POINTER = 103, /**< A buffer, or the word that tells its size, is missing. */
     HWA_SIM_REFUSED = 104,      /**< A command or switch configuration that the hub does not know. */
     HWA_SIM_UNUSABLE = 105      /**< No usable state, scenario or fault list; the reason was printed on stderr. */

@@ -15,32 +15,77 @@ inline constexpr std::size_t kPageSize = 256;
 inline constexpr std::size_t kMaxRegister = 8;
 inline constexpr std::size_t kMaxAddresses = 8192;
 inline constexpr std::size_t kMaxChips = 8;
+inline constexpr std::size_t kCounters = 22; // of a port
+inline constexpr std::size_t kVersionLength = 9;
+inline constexpr std::size_t kLastVid = 4094; // 0 is no VLAN
 
-// Each field is 0 or 1. Speed and duplex are those of the link when there is one.
+// The bytes are 0 or 1. The first three tell what is at the other end of the cable.
 struct PortImage {
-    Byte link;
-    Byte fast; // 100 Mb/s, else 10
-    Byte full_duplex;
+    Byte partner;
+    Byte partner_fast; // does 100 Mb/s, too; else only 10
+    Byte partner_full_duplex;
     Byte test_failed;
-    Byte link_changed; // since the link change register was last read
+    Byte link_changed;          // since the link change register was last read
+    std::array<Byte, 8> since;  // when the link last came or went
+    std::array<Byte, 8> active; // how long there was a link before that
 };
 
-// An address table entry: the port in the low 5 bits of the second byte, bit 7 of it set for a
-// static entry; then the MAC address.
-using AddressImage = std::array<Byte, 8>;
+// An address, as the address table has it.
+struct AddressImage {
+    std::array<Byte, 8> raw; // the port in the low 5 bits of the second byte, then the MAC address
+    std::array<Byte, 2> vid;
+    Byte silent; // never heard again
+};
+inline constexpr Byte kStaticAddress = 0x80; // in the second byte of the raw entry
+
+// How far someone has come in the address table.
+struct ScanImage {
+    std::array<Byte, 2> index;
+    std::array<std::array<Byte, 2>, kPorts> learned; // addresses of each port so far
+};
+
+// The walk or search of the address table that is under way.
+struct TableAccessImage {
+    Byte mode;
+    Byte looks;
+    ScanImage scan;
+    AddressImage result;
+};
+
+using VlanEntry = std::array<Byte, 8>;
+
+// The VLAN table and the registers through which it is reached.
+struct VlanImage {
+    std::array<Byte, 3> command;
+    std::array<Byte, 3> address;
+    VlanEntry data;
+    std::array<VlanEntry, kLastVid + 1> entries; // by VLAN id
+};
 
 struct ChipImage {
     Byte present;
     Byte number;
     Byte managed;
     Byte forwarding;
+    std::array<Byte, kVersionLength> firmware;
     std::array<PortImage, kPorts> ports;
+    std::array<Byte, 8> time; // in microseconds since the start
+    std::array<Byte, 8> seen; // real time at the last access, if it counts
+    Byte was_reset;           // since when nothing is known but what was heard
+    std::array<Byte, 8> seed;
+    std::array<std::array<std::array<Byte, 4>, kCounters>, kPorts> rates; // per second
     std::array<Byte, 2> address_count;
     std::array<AddressImage, kMaxAddresses> addresses;
-    std::array<std::array<Byte, kPageSize>, kPages> pages; // what no behaviour stands behind
+    TableAccessImage table_access;
+    VlanImage vlan;
+    std::array<std::array<Byte, kPageSize>, kPages> pages; // the registers that are nothing but bytes
 };
 
 static_assert(alignof(ChipImage) == 1);
-static_assert(sizeof(ChipImage) == 4 + 5 * kPorts + 2 + 8 * kMaxAddresses + kPages * kPageSize);
+static_assert(sizeof(TableAccessImage) == 2 + 2 + 2 * kPorts + 11);
+static_assert(sizeof(VlanImage) == 3 + 3 + 8 + 8 * (kLastVid + 1));
+static_assert(sizeof(ChipImage) == 4 + kVersionLength + 21 * kPorts + 25 + 4 * kCounters * kPorts + 2 +
+                                       11 * kMaxAddresses + sizeof(TableAccessImage) + sizeof(VlanImage) +
+                                       kPages * kPageSize);
 
 } // namespace hwa

@@ -49,6 +49,14 @@ std::vector<JsonNode> JsonNode::list(const char *key, std::size_t most) const {
     return nodes;
 }
 
+unsigned JsonNode::identity(const char *key, unsigned least, unsigned most, std::set<unsigned> &seen) const {
+    const JsonNode node = required(key);
+    const unsigned number = node.number(least, most);
+    if (!seen.insert(number).second)
+        node.refuse("names " + std::string(key) + " " + std::to_string(number) + " a second time");
+    return number;
+}
+
 bool JsonNode::boolean() const {
     if (!value_->is_boolean())
         refuse("must be true or false");

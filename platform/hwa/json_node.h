@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,9 @@ public:
     std::optional<JsonNode> optional(const char *key) const;
     // The elements of the array behind a key, none when the key is missing.
     std::vector<JsonNode> list(const char *key, std::size_t most) const;
+
+    // The number behind a key that tells apart the elements of a list; those `seen` are refused.
+    unsigned identity(const char *key, unsigned least, unsigned most, std::set<unsigned> &seen) const;
 
     bool boolean() const;
     // A number, or a string with a hexadecimal one ("0x34").

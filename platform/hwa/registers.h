@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A chip's register space: 256 pages of 256 bytes, some of them with a behaviour behind them.
+// A chip's register space: 256 pages of 256 bytes, some of which are more than that.
 #pragma once
 
 #include "image.h"
@@ -11,8 +11,8 @@ namespace hwa {
 
 class Transaction;
 
-// Whether a byte of the register space follows from the chip's state.
-bool is_derived(Byte page, Byte offset);
+// What states a byte of the register space in a scenario when it is more than a byte; else null.
+const char *scenario_key_of(Byte page, Byte offset);
 
 // The port that a register belongs to, if any.
 std::optional<unsigned> port_of(Byte page, Byte offset);

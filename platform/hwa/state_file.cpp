@@ -2,6 +2,7 @@
 #include "state_file.h"
 
 #include "problem.h"
+#include "reset.h"
 
 #include <atomic>
 #include <cerrno>
@@ -152,7 +153,7 @@ void StateFile::roll_back() {
 void StateFile::reset_chip(std::size_t index) {
     image_->resetting = static_cast<Byte>(index + 1);
     in_order();
-    image_->chips[index] = scenario_.chips[index];
+    reset(image_->chips[index], scenario_.chips[index]);
     in_order();
     image_->resetting = 0;
 }

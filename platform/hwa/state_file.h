@@ -33,7 +33,7 @@ struct HubImage {
 static_assert(alignof(HubImage) == 1);
 
 inline constexpr std::array<Byte, 8> kMagic{'H', 'W', 'A', '-', 'S', 'I', 'M', '\n'};
-inline constexpr std::uint64_t kLayout = 1;
+inline constexpr std::uint64_t kLayout = 4;
 
 class StateFile {
 public:

@@ -28,9 +28,17 @@ public:
 
     // Changes one byte of a chip.
     void store(const Byte &place, Byte value) { state_.store(place, value); }
+    // Changes those bytes of a field that differ.
+    template <std::size_t Size>
+    void store(const std::array<Byte, Size> &place, const std::array<Byte, Size> &value) {
+        for (std::size_t i = 0; i < Size; ++i) {
+            if (place[i] != value[i])
+                store(place[i], value[i]);
+        }
+    }
     void commit() { state_.commit(); }
 
-    // Puts a chip back to what the scenario says, with effect at once.
+    // Resets a chip, with effect at once.
     void reset(const ChipImage &chip) { state_.reset_chip(static_cast<std::size_t>(&chip - hub_.chips.data())); }
 
 private:

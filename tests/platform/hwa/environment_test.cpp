@@ -65,6 +65,31 @@ TEST_F(HubEnvironment, FaultsThatAreNotUnderstoodAreSaidOnce) {
               "effect\n");
 }
 
+TEST_F(HubEnvironment, AClockThatIsNotUnderstoodIsSaidOnce) {
+    set("HWA_SIM_CLOCK", "fast");
+    EXPECT_EQ(complaint_of_unusable_hub(), "simulated hub: unusable: HWA_SIM_CLOCK: \"fast\" must be a time for each "
+                                           "access, such as 10ms or 0s\n");
+}
+
+TEST_F(HubEnvironment, TheClockCanGoByAccesses) {
+    write_file(folder / "hub.json", R"({"name":"n","chips":[{"chip":0,"ports":[
+        {"port":0,"link":true,"rates":[{"offset":"0x18","per_second":1000}]}]}]})");
+    set("HWA_SIM_SCENARIO", folder / "hub.json");
+    set("HWA_SIM_CLOCK", "1s");
+    std::vector<Bytes> first;
+    for (int i = 0; i < 3; ++i)
+        first.push_back(Library().get(0x50, 0x18, 4));
+    EXPECT_NE(first[0], Bytes(4));
+    EXPECT_NE(first[1], first[0]);
+    EXPECT_NE(first[2], first[1]);
+    EXPECT_EQ(Library().reset(0), 0);
+    for (const Bytes &bytes : first)
+        EXPECT_EQ(Library().get(0x50, 0x18, 4), bytes);
+    set("HWA_SIM_CLOCK", "0s");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(Library().get(0x50, 0x18, 4), first[2]);
+}
+
 TEST_F(HubEnvironment, APlaceThatCannotBeUsedIsSaidOnceAtTheFirstAccess) {
     write_file(folder / "file", "");
     set("HWA_SIM_DIR", folder / "file/");

@@ -165,8 +165,6 @@ TEST(Faults, MistakesAreNamed) {
         {"getreg page=1", R"(the rule "getreg page=1" has no effect: give it code, delay, short or garble)"},
         {"code=1 garble", R"("code" in the rule "code=1 garble" leaves no data to shorten or garble)"},
         {"code=1 short=2", R"("code" in the rule "code=1 short=2" leaves no data to shorten or garble)"},
-        {"engpowercmd chip=0 code=1",
-         R"("chip" in the rule "engpowercmd chip=0 code=1" is nothing that engpowercmd has)"},
         {"getmacs page=0 code=1", R"("page" in the rule "getmacs page=0 code=1" is nothing that getmacs has)"},
         {"getmacs offset=0 code=1", R"("offset" in the rule "getmacs offset=0 code=1" is nothing that getmacs has)"},
         {"resetswitch port=0 code=1",

@@ -86,7 +86,8 @@ private:
 class HubTest : public testing::Test {
 protected:
     HubTest() {
-        for (const char *name : {"HWA_SIM_SCENARIO", "HWA_SIM_FAULTS", "HWA_SIM_LOG", "XDG_RUNTIME_DIR"})
+        for (const char *name :
+             {"HWA_SIM_SCENARIO", "HWA_SIM_FAULTS", "HWA_SIM_LOG", "HWA_SIM_CLOCK", "XDG_RUNTIME_DIR"})
             unsetenv(name);
         set("HWA_SIM_DIR", folder / "state");
     }

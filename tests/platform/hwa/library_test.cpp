@@ -15,6 +15,7 @@ protected:
     HubLibrary() {
         write_file(folder / "hub.json", R"({"name": "small hub", "chips": [
             { "chip": 0,
+              "firmware": "11 12 13 14 15 16 17 18 19",
               "ports": [{ "port": 0, "link": true }, { "port": 17, "link": true, "speed": 10, "duplex": "half" }],
               "addresses": [{ "mac": "02:00:00:00:00:01", "port": 0, "static": true },
                             { "mac": "02:00:00:00:00:02", "port": 17 }],
@@ -142,24 +143,117 @@ TEST_F(HubLibrary, DeliversTheLearnedAddresses) {
                      "hwa_getmacs chip=0 room=0 -> 103\n");
 }
 
-TEST_F(HubLibrary, RefusesEveryCommand) {
+const Bytes kVersionCommand{8, 0x78, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0xA2, 2};
+
+Bytes version_command(std::uint8_t chip) {
+    Bytes command = kVersionCommand;
+    command[10] = chip;
+    return command;
+}
+
+TEST_F(HubLibrary, TellsTheFirmwareVersion) {
     const Library library;
-    const std::uint8_t command[65] = {8, 0x78, 0xA2};
+    std::array<std::uint8_t, 12> response;
+    std::uint32_t length = 0;
+    const auto ask = [&](std::uint8_t chip, std::uint32_t room) {
+        response.fill(0xEE);
+        length = room;
+        return library.command(version_command(chip).data(), 15, response.data(), &length);
+    };
+    EXPECT_EQ(ask(0, 40), 0);
+    EXPECT_EQ(length, 9U);
+    EXPECT_THAT(response, ElementsAre(0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0xEE, 0xEE, 0xEE));
+    EXPECT_EQ(ask(1, 9), 0);
+    EXPECT_EQ(length, 9U);
+    EXPECT_THAT(response, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0xEE, 0xEE, 0xEE));
+    EXPECT_EQ(ask(0, 8), 102);
+    EXPECT_EQ(length, 8U);
+    EXPECT_THAT(response, testing::Each(0xEE));
+    EXPECT_EQ(ask(2, 40), 101);
+    EXPECT_EQ(length, 40U);
+    EXPECT_THAT(response, testing::Each(0xEE));
+    const std::string asked = "hwa_engpowercmd length=15 bytes=08 78 00 00 00 00 00 00 00 00 ";
+    EXPECT_EQ(log(), asked + "00 03 00 a2 02 -> 0 bytes=11 12 13 14 15 16 17 18 19\n" + asked +
+                         "01 03 00 a2 02 -> 0 bytes=00 00 00 00 00 00 00 00 00\n" + asked + "00 03 00 a2 02 -> 102\n" +
+                         asked + "02 03 00 a2 02 -> 101\n");
+}
+
+TEST_F(HubLibrary, RefusesEveryOtherCommand) {
+    const Library library;
     std::array<std::uint8_t, 40> response;
     response.fill(0xEE);
     std::uint32_t length = 40;
-    EXPECT_EQ(library.command(command, 3, response.data(), &length), 104);
-    EXPECT_EQ(library.command(command, 65, response.data(), &length), 104);
+    for (std::size_t i = 0; i < kVersionCommand.size(); ++i) {
+        if (i == 10)
+            continue;
+        Bytes command = kVersionCommand;
+        command[i] ^= 1;
+        EXPECT_EQ(library.command(command.data(), 15, response.data(), &length), 104) << i;
+    }
+    Bytes command = kVersionCommand;
+    command.push_back(0);
+    EXPECT_EQ(library.command(command.data(), 14, response.data(), &length), 104);
+    EXPECT_EQ(library.command(command.data(), 16, response.data(), &length), 104);
+    EXPECT_EQ(library.command(command.data(), 0, response.data(), &length), 104);
+    command.resize(65);
+    EXPECT_EQ(library.command(command.data(), 3, response.data(), &length), 104);
+    EXPECT_EQ(library.command(command.data(), 65, response.data(), &length), 104);
     EXPECT_EQ(library.command(nullptr, 3, response.data(), &length), 103);
-    EXPECT_EQ(library.command(command, 3, nullptr, &length), 103);
-    EXPECT_EQ(library.command(command, 3, response.data(), nullptr), 103);
+    EXPECT_EQ(library.command(command.data(), 3, nullptr, &length), 103);
+    EXPECT_EQ(library.command(command.data(), 3, response.data(), nullptr), 103);
     EXPECT_EQ(length, 40U);
     EXPECT_THAT(response, testing::Each(0xEE));
-    EXPECT_EQ(log(), "hwa_engpowercmd length=3 bytes=08 78 a2 -> 104\n"
+}
+
+TEST_F(HubLibrary, LogsCommandsThatAreNotTooLong) {
+    const Library library;
+    Bytes command = kVersionCommand;
+    command.resize(65);
+    std::uint32_t length = 0;
+    library.command(command.data(), 3, command.data(), &length);
+    library.command(command.data(), 65, command.data(), &length);
+    library.command(nullptr, 3, command.data(), &length);
+    library.command(command.data(), 15, nullptr, &length);
+    EXPECT_EQ(log(), "hwa_engpowercmd length=3 bytes=08 78 00 -> 104\n"
                      "hwa_engpowercmd length=65 -> 104\n"
                      "hwa_engpowercmd length=3 -> 103\n"
-                     "hwa_engpowercmd length=3 bytes=08 78 a2 -> 103\n"
-                     "hwa_engpowercmd length=3 bytes=08 78 a2 -> 103\n");
+                     "hwa_engpowercmd length=15 bytes=08 78 00 00 00 00 00 00 00 00 00 03 00 a2 02 -> 103\n");
+}
+
+TEST_F(HubLibrary, TheAnswerToACommandMeetsFaults) {
+    set("HWA_SIM_FAULTS",
+        "engpowercmd chip=1 code=9; engpowercmd chip=0 nth=1 short=2 once; engpowercmd chip=0 garble");
+    const Library library;
+    std::array<std::uint8_t, 9> response;
+    std::uint32_t length = 40;
+    const auto ask = [&](std::uint8_t chip) {
+        response.fill(0xEE);
+        return library.command(version_command(chip).data(), 15, response.data(), &length);
+    };
+    EXPECT_EQ(ask(1), 9);
+    EXPECT_THAT(response, testing::Each(0xEE));
+    EXPECT_EQ(ask(0), 0);
+    EXPECT_THAT(response, ElementsAre(0xEE, 0xED, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE));
+    EXPECT_EQ(ask(0), 0);
+    EXPECT_THAT(response, ElementsAre(0xEE, 0xED, 0xEC, 0xEB, 0xEA, 0xE9, 0xE8, 0xE7, 0xE6));
+}
+
+TEST_F(HubLibrary, TheConfigurationsDiffer) {
+    const Library library;
+    const auto mode_and_vlan = [&] { return std::pair(library.get(0, 0, 1)[0], library.get(0x34, 0, 1)[0]); };
+    using Shown = std::pair<std::uint8_t, std::uint8_t>;
+    ASSERT_EQ(library.set(0x34, 0, {0x15}), 0);
+    EXPECT_EQ(library.configure(0, 0), 0);
+    EXPECT_EQ(mode_and_vlan(), Shown(0x03, 0x95));
+    EXPECT_EQ(library.configure(0, 1), 0);
+    EXPECT_EQ(mode_and_vlan(), Shown(0x02, 0x15));
+    EXPECT_EQ(library.configure(0, 2), 0);
+    EXPECT_EQ(mode_and_vlan(), Shown(0x01, 0x95));
+    EXPECT_EQ(library.configure(0, 3), 104);
+    EXPECT_EQ(mode_and_vlan(), Shown(0x01, 0x95));
+    EXPECT_THAT(library.get(0, 0, 1, 1), ElementsAre(0x03)); // the other chip keeps its own
+    EXPECT_EQ(library.reset(0), 0);
+    EXPECT_EQ(mode_and_vlan(), Shown(0x03, 0x00));
 }
 
 TEST_F(HubLibrary, TakesConfigurationsAndFilters) {
@@ -167,12 +261,14 @@ TEST_F(HubLibrary, TakesConfigurationsAndFilters) {
     EXPECT_EQ(library.configure(0, 0), 0);
     EXPECT_EQ(library.configure(1, 2), 0);
     EXPECT_EQ(library.configure(0, 3), 104);
+    EXPECT_EQ(library.configure(0, 0xFFFFFFFF), 104);
     EXPECT_EQ(library.configure(2, 0), 101);
     EXPECT_EQ(library.filter(0, 0xDEADBEEF), 0);
     EXPECT_EQ(library.filter(2, 1), 101);
     EXPECT_EQ(log(), "hwa_setswitchconfig chip=0 configuration=0 -> 0\n"
                      "hwa_setswitchconfig chip=1 configuration=2 -> 0\n"
                      "hwa_setswitchconfig chip=0 configuration=3 -> 104\n"
+                     "hwa_setswitchconfig chip=0 configuration=4294967295 -> 104\n"
                      "hwa_setswitchconfig chip=2 configuration=0 -> 101\n"
                      "hwa_setmacfilter chip=0 filter=0xdeadbeef -> 0\n"
                      "hwa_setmacfilter chip=2 filter=0x00000001 -> 101\n");

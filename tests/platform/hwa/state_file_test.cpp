@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "state_file.h"
 
+#include "addresses.h"
 #include "model.h"
 #include "problem.h"
 
@@ -56,13 +57,14 @@ TEST_F(State, IsMadeAtFirstUseForItsUserAlone) {
 TEST_F(State, IsTheSameBytesOnEveryHost) {
     EXPECT_EQ(problem_of(state), "none");
     const std::string file = hwa_test::contents(path());
-    ASSERT_EQ(file.size(), 1'050'881U);
-    EXPECT_EQ(file.substr(0, 12), std::string("HWA-SIM\n\0\0\0\1", 12));
+    ASSERT_EQ(file.size(), 1'530'425U);
+    EXPECT_EQ(file.substr(0, 12), std::string("HWA-SIM\n\0\0\0\4", 12));
     const auto digest = to_bytes<8>(scenario.digest);
     EXPECT_EQ(file.substr(12, 8), std::string(digest.begin(), digest.end()));
     const std::size_t chips = 22 + 5 * 255;
-    EXPECT_EQ(file.substr(chips, 9), std::string("\1\0\1\1\1\1\1\0\1", 9)); // chip 0; its port 0
-    const std::size_t pages = chips + 4 + 5 * 24 + 2 + 8 * 8192;
+    EXPECT_EQ(file.substr(chips, 4), std::string("\1\0\1\1", 4));           // chip 0
+    EXPECT_EQ(file.substr(chips + 4 + 9, 5), std::string("\1\1\1\0\1", 5)); // its port 0
+    const std::size_t pages = chips + 4 + 9 + 21 * 24 + 25 + 4 * 22 * 24 + 2 + 11 * 8192 + 63 + 14 + 8 * 4095;
     EXPECT_EQ(file.substr(pages + 0x34 * 256 + 0x10, 4), std::string("\0\1\0\2", 4));
 }
 
@@ -150,6 +152,41 @@ TEST_F(State, ResetBringsAChipBackToTheScenario) {
     EXPECT_EQ(Transaction(state).chip(5)->pages[7][7], 0x77);
 }
 
+TEST_F(State, AResetForgetsCountersAndLearnedAddresses) {
+    const Scenario busy = parse_scenario(R"({"name": "busy", "chips": [{"chip": 0,
+        "ports": [{ "port": 3, "link": true }],
+        "addresses": [{ "mac": "02:00:00:00:00:01", "port": 3 },
+                      { "mac": "02:00:00:00:00:02", "port": 3, "static": true },
+                      { "mac": "02:00:00:00:00:03", "port": 3 },
+                      { "mac": "02:00:00:00:00:04", "port": 4, "static": true }],
+        "registers": [{ "page": "0x4f", "offset": 0, "bytes": "11" }, { "page": "0x50", "offset": 0, "bytes": "22" },
+                      { "page": "0x67", "offset": 255, "bytes": "33" }, { "page": "0x68", "offset": 0, "bytes": "44" }]
+        }]})");
+    StateFile mine(folder / "busy", busy);
+    const auto addresses = [&] {
+        const Transaction transaction(mine);
+        AddressScan scan(*transaction.chip(0));
+        std::vector<int> last_bytes;
+        while (const AddressImage *const entry = scan.next())
+            last_bytes.push_back(entry->raw[7]);
+        return last_bytes;
+    };
+    const auto byte = [&](std::size_t page, std::size_t offset) {
+        return Transaction(mine).chip(0)->pages[page][offset];
+    };
+    EXPECT_THAT(addresses(), testing::ElementsAre(1, 2, 3, 4));
+    EXPECT_EQ(byte(0x50, 0), 0x22);
+    {
+        Transaction transaction(mine);
+        transaction.reset(*transaction.chip(0));
+    }
+    EXPECT_THAT(addresses(), testing::ElementsAre(2, 4));
+    EXPECT_EQ(byte(0x4F, 0), 0x11);
+    EXPECT_EQ(byte(0x50, 0), 0);
+    EXPECT_EQ(byte(0x67, 255), 0);
+    EXPECT_EQ(byte(0x68, 0), 0x44);
+}
+
 TEST_F(State, AResetThatWasCutOffIsDoneAgain) {
     HubImage &hub = state.lock();
     hub.chips[0].pages[3].fill(0xAB);
@@ -231,7 +268,7 @@ TEST_F(State, AFullDiskIsSaidAndHealsWithRoom) {
             return 2;
         const std::string problem = problem_of(state);
         const std::string expected = "there is no room for the state " + path() +
-                                     " of 1027 KiB (File too large); make room, or set HWA_SIM_DIR to a folder on "
+                                     " of 1495 KiB (File too large); make room, or set HWA_SIM_DIR to a folder on "
                                      "another file system";
         if (problem != expected)
             std::fprintf(stderr, "%s\n", problem.c_str());
