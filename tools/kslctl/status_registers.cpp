@@ -59,7 +59,7 @@ public:
         }
     }
 
-    ChipStatus take() { return std::move(status_); }
+    ChipStatus take() const { return status_; }
 
 private:
     void keep(Register which, const Bytes &bytes) { status_.registers[static_cast<size_t>(which)] = bytes; }

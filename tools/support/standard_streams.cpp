@@ -28,7 +28,7 @@ void occupy_standard_streams() {
 
 StandardOutput::StandardOutput(std::string program) : program_(std::move(program)) {
     occupy_standard_streams();
-    std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
 void StandardOutput::write(std::string_view text) {
