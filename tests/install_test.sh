@@ -17,7 +17,7 @@ awk '/^```c$/ { inside = 1; next } /^```$/ { inside = 0 } inside' README.md >"$w
 [ -s "$work/first.c" ] || fail "the README has no first program"
 
 cmake --install "$build" --prefix "$work/installed" >/dev/null
-for file in bin/kslctl bin/ksltrace lib/libksl.so lib/libtrace_kbuf.so lib/libhwa.so lib/libqrthwa.gen1.so include/ksl/ksl.h; do
+for file in bin/kslctl bin/ksltrace lib/libksl.so lib/libtrace_kbuf.so lib/libhwa.so lib/libqrthwa.gen1.so include/ksl/ksl.h lib/libkslcfg_file.so; do
     [ -n "$(find "$work/installed" -path "*/${file#lib/}" -print -quit)" ] || fail "$file is not installed"
 done
 lib=$(dirname "$(find "$work/installed" -name libksl.so)")
