@@ -158,7 +158,7 @@ Expectation parse(std::string_view text) {
     std::bitset<kLastVid + 1> vids;
     for (const JsonNode &vlan : root.list("vlans"))
         expectation.vlans.push_back(read_vlan(vlan, vids));
-    std::vector<bool> bytes(kPageSize * kPageSize);
+    std::vector<bool> bytes(std::size_t{kPageSize} * kPageSize);
     for (const JsonNode &setting : root.list("registers"))
         expectation.registers.push_back(read_setting(setting, bytes));
     return expectation;

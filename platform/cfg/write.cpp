@@ -74,6 +74,7 @@ std::string section(const char *key, const std::vector<std::string> &rows) {
 template <typename Value>
 std::vector<std::string> rows_of(const std::vector<Value> &values, std::string (*row)(const Value &)) {
     std::vector<std::string> rows;
+    rows.reserve(values.size());
     for (const Value &value : values)
         rows.push_back(row(value));
     return rows;
