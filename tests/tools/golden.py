@@ -14,11 +14,15 @@ A case file (cases/*.cases) has, for each case, its name and what happens, line 
   copy TOOL PATH      copies a tool to another place, from where "run" can start it
   link NAME PATH      lets a library of the build be found at another place
   spoil PATH OFFSET   inverts the bits of a byte of a file
+  into PATH           the next run's standard output goes to the file, too
+  show PATH [WORD]    shows the lines of a file, or those that hold the word
   stdin PATH          the next run reads its standard input from the file
+  answer TEXT         the next run's standard input is a terminal on which the text is typed
   stdout KIND         the next run's standard output is full, a broken pipe, a terminal, or closed
   run TOOL ARGUMENT...
 
-Everywhere {tmp} is the folder of the case, and {scenarios} that of the simulated hub's scenario files.
+Everywhere {tmp} is the folder of the case, {scenarios} that of the simulated hub's scenario files, {lib} that of the
+built libraries, and {standins} that of the libraries that were built for these tests.
 HWA_SIM_DIR is {tmp}/hub. What differs from run to run is replaced as VOLATILE says.
 """
 
@@ -39,7 +43,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 VOLATILE = [
     (r"\b\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z", "<time>"),
     (r"(?m)^<time> \[\d+\]", "<time> [<writer>]"),
-    (r"\b(out\d?|error|file)=0x[0-9a-f]{8}\b", r"\1=<address>"),
+    (r"\b(out\d?|error|file|buffer|fourth_byte|path|records|requests|verdict|word)=0x[0-9a-f]{8}\b", r"\1=<address>"),
     (r"\(\d+\.\d us\b", "(<us>"),
     (r"\brun time \d+ us\b", "run time <us>"),
     (r"\((?:little|big)-endian, (?:32|64) bits, trace_kbuf \d+\.\d+\.\d+ [^)]+\)", "(<machine>)"),
@@ -85,7 +89,10 @@ class Runner:
         self.text = ""
         self.faults = []
         self.stdin = os.devnull
+        self.answer = None
         self.stdout = "pipe"
+        self.into = None
+        self.keyboard = None
         inherited = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS")
         self.environment = {name: os.environ[name] for name in inherited if name in os.environ}
         self.environment.update(HOME=folder, LANG="C", TERM="xterm", HWA_SIM_DIR=f"{folder}/hub")
@@ -96,7 +103,13 @@ class Runner:
         return self.text
 
     def expand(self, text):
-        return text.replace("{tmp}", str(self.folder)).replace("{scenarios}", self.options.scenarios)
+        for name, path in self.places():
+            text = text.replace(name, path)
+        return text
+
+    def places(self):
+        return (("{tmp}", str(self.folder)), ("{scenarios}", self.options.scenarios),
+                ("{standins}", self.options.standins), ("{lib}", self.options.lib))
 
     def do_native(self, _):
         pass
@@ -147,8 +160,19 @@ class Runner:
             file.seek(int(offset))
             file.write(bytes([byte ^ 0xFF]))
 
+    def do_into(self, rest):
+        self.into = pathlib.Path(rest)
+
+    def do_show(self, rest):
+        path, _, word = rest.partition(" ")
+        lines = [line for line in pathlib.Path(path).read_text().splitlines() if word in line]
+        self.text += self.steady(f"[{rest}]\n" + "".join(line + "\n" for line in lines))
+
     def do_stdin(self, rest):
         self.stdin = rest
+
+    def do_answer(self, rest):
+        self.answer = rest
 
     def do_stdout(self, rest):
         self.stdout = rest
@@ -158,6 +182,9 @@ class Runner:
         command = [*shlex.split(self.options.emulator), str(pathlib.Path(self.options.bin, words[0])), *words[1:]]
         status, stdout, stderr = self.launch(command)
         self.stdin, kind, self.stdout = os.devnull, self.stdout, "pipe"
+        if self.into:
+            self.into.write_text(stdout)
+            self.into = None
         if kind == "pipe" and words[0] == "kslctl" and "--json" in words and status != 2:
             self.check_document(stdout, stderr)
         self.text += self.steady(f"$ {rest}\n{whole_lines(stdout)}")
@@ -178,15 +205,26 @@ class Runner:
             close_stdout = lambda: os.close(1)
         elif self.stdout != "pipe":
             sys.exit(f"no such standard output: {self.stdout}")
-        with open(self.stdin, "rb") as stdin:
+        with self.open_stdin() as stdin:
             process = subprocess.Popen(command, env=self.environment, cwd=self.folder, stdin=stdin, stdout=stdout,
                                        stderr=subprocess.PIPE, preexec_fn=close_stdout)
         if writing_end is not None:
             os.close(writing_end)
         output, errors = process.communicate(timeout=120)
+        if self.keyboard is not None:
+            os.close(self.keyboard)
+            self.keyboard = None
         if self.stdout == "terminal":
             output = read_terminal(terminal)
         return process.returncode, (output or b"").decode(), errors.decode()
+
+    def open_stdin(self):
+        if self.answer is None:
+            return open(self.stdin, "rb")
+        self.keyboard, terminal = os.openpty()
+        os.write(self.keyboard, self.answer.encode() + b"\n")
+        self.answer = None
+        return os.fdopen(terminal, "rb", buffering=0)
 
     def check_document(self, stdout, stderr):
         """Whatever befalls, there is one document, and it has the failures that stderr has."""
@@ -200,7 +238,8 @@ class Runner:
             self.faults.append(f"the document has the errors {messages}, stderr has {own}")
 
     def steady(self, text):
-        text = text.replace(str(self.folder), "{tmp}").replace(self.options.scenarios, "{scenarios}")
+        for name, path in self.places():
+            text = text.replace(path, name)
         text = text.replace(str(pathlib.Path(self.options.bin)), "{bin}")
         for pattern, replacement in VOLATILE:
             text = re.sub(pattern, replacement, text)

@@ -3,12 +3,14 @@
 #pragma once
 
 #include "kslctl/library.h"
+#include "kslctl/numbers.h"
 #include "kslctl/options.h"
 #include "kslctl/report.h"
 #include "kslctl/table.h"
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 namespace kslctl {
@@ -25,34 +27,104 @@ struct Context {
 struct Result {
     Json chips = Json::array();
     std::string text;
+    bool answer_is_no = false; // of a command that asks a question
 };
 
+// The same of one chip.
+struct ChipResult {
+    Json json = Json::object(); // without the chip's number
+    std::string text;           // without the chip's heading
+    bool answer_is_no = false;
+};
+
+// Each chip of the command line in turn, a paragraph for each; `remark` stands behind the chips' headings.
+Result of_each_chip(Context &context, const std::function<ChipResult(uint32_t chip)> &look,
+                    const std::string &remark = {});
+
+// The remark of a dry run.
+inline constexpr char kDryRunRemark[] = ": what would be written (nothing was)";
+
 using Run = std::function<Result(Context &)>;
+
+// Options that do not go together, as one sentence.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Looks at the whole command line before the hub is touched. Throws UsageError.
+using Check = std::function<void(const Options &)>;
+
+// For commands to which --raw means nothing.
+void check_no_raw(const Options &options);
 
 // The commands of the command line; the one that the user names becomes the chosen one.
 class Commands {
 public:
+    // Commands whose first word is the same: "port show" and "port speed" are of the group "port".
+    class Group {
+    public:
+        CLI::App &add(const char *name, const char *summary, const std::string &help, Run run, Check check = {}) {
+            return commands_.add_to(app_, full_name(name), name, summary, help, std::move(run), std::move(check));
+        }
+
+    private:
+        friend class Commands;
+        Group(Commands &commands, CLI::App &app) : commands_(commands), app_(app) {}
+        std::string full_name(const char *name) const { return app_.get_name() + "-" + name; }
+
+        Commands &commands_;
+        CLI::App &app_;
+    };
+
     explicit Commands(CLI::App &app) : app_(app) {}
 
-    void add(const char *name, const char *summary, const std::string &help, Run run) {
-        CLI::App *const command = app_.add_subcommand(name, summary);
-        command->footer(help);
-        command->callback([this, name, run = std::move(run)] {
-            name_ = name;
-            run_ = run;
-        });
+    // The result takes the arguments that the command has of its own.
+    CLI::App &add(const char *name, const char *summary, const std::string &help, Run run, Check check = {}) {
+        return add_to(app_, name, name, summary, help, std::move(run), std::move(check));
     }
 
+    Group add_group(const char *name, const char *summary) {
+        CLI::App *const group = app_.add_subcommand(name, summary);
+        group->require_subcommand(1);
+        group->footer(std::string("\"kslctl ") + name + " COMMAND --help\" tells more about a command.");
+        return {*this, *group};
+    }
+
+    // As the schema has it: "status", "port-show".
     const std::string &name() const { return name_; }
+    void check(const Options &options) const {
+        if (check_) {
+            check_(options);
+        }
+    }
     Result run(Context &context) const { return run_(context); }
 
 private:
+    CLI::App &add_to(CLI::App &parent, const std::string &full_name, const char *name, const char *summary,
+                     const std::string &help, Run run, Check check) {
+        CLI::App *const command = parent.add_subcommand(name, summary);
+        command->footer(help);
+        command->callback([this, full_name, run = std::move(run), check = std::move(check)] {
+            name_ = full_name;
+            run_ = run;
+            check_ = check;
+        });
+        return *command;
+    }
+
     CLI::App &app_;
     std::string name_;
     Run run_;
+    Check check_;
 };
 
 // One for each family of operations.
 void add_status_commands(Commands &commands);
+void add_port_commands(Commands &commands);
+void add_vlan_commands(Commands &commands);
+void add_validate_commands(Commands &commands);
+void add_hub_commands(Commands &commands);
+void add_chip_commands(Commands &commands);
+void add_reg_commands(Commands &commands);
 
 } // namespace kslctl

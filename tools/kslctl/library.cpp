@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/library.h"
 
+#include "kslctl/beside.h"
+
 #include <dlfcn.h>
 #include <fmt/format.h>
 #include <hwa_sim.h>
 #include <ksl/ksl.h>
-#include <limits.h>
 #include <unistd.h>
 
 namespace kslctl {
@@ -15,14 +16,6 @@ namespace {
 // In the order in which ksl_init() tries them.
 constexpr const char *kLowerLibraries[] = {"libhwa.so", "libqrthwa.gen1.so"};
 constexpr const char *kSimulatedHub = kLowerLibraries[0];
-
-// Empty when there is no /proc.
-std::string own_folder() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    const std::string whole(path, length > 0 ? static_cast<size_t>(length) : 0);
-    return whole.substr(0, whole.rfind('/') + 1);
-}
 
 } // namespace
 
@@ -47,10 +40,7 @@ Library::~Library() {
 }
 
 void Library::open_simulated_hub() {
-    const std::string folder = own_folder();
-    const std::string built = fmt::format("{}" KSL_BUILD_LIBRARIES "/{}", folder, kSimulatedHub);
-    const std::string installed = fmt::format("{}" KSL_INSTALLED_LIBRARIES "/{}", folder, kSimulatedHub);
-    const std::string &path = access(built.c_str(), F_OK) == 0 ? built : installed;
+    const std::string path = path_beside_program(kSimulatedHub);
     if (access(path.c_str(), F_OK) != 0) {
         problem_ =
             fmt::format("--simulate: there is no simulated hub beside this program: {} is missing; install it with "

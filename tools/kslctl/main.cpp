@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // kslctl: the switch library's operations from the shell.
 #include "kslctl/command.h"
+#include "kslctl/confirm.h"
 #include "kslctl/own_trace.h"
 #include "ksltrace/render_json.h"
 #include "ksltrace/render_text.h"
 #include "support/command_line.h"
 #include "support/exit_status.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <ksl/ksl.h>
@@ -17,9 +16,8 @@ namespace kslctl {
 
 namespace {
 
-constexpr uint32_t kMostChips = 256; // the library hands on the low 8 bits of a chip's number
-
-constexpr char kDescription[] = "Inspects the 24-port Ethernet switch chips of a hub board through libksl.so.";
+constexpr char kDescription[] =
+    "Inspects and configures the 24-port Ethernet switch chips of a hub board through libksl.so.";
 
 constexpr char kHelp[] =
     R"("kslctl COMMAND --help" tells more about a command, and what it reads into the bits of the registers. The options
@@ -34,6 +32,9 @@ Examples:
   kslctl --simulate status             all about chip 0 of the simulated hub
   kslctl --chip 0,1 link               the links of two chips
   kslctl --json speed | jq '.chips[0].ports[] | select(.speed == 10).port'
+  kslctl port down 4-7 --dry-run       what would be written to switch four ports off
+  kslctl hub expectation >before.json  save the VLAN settings, to see later what changed:
+  kslctl validate pvid --expect before.json
   kslctl --simulate --trace bist       what the library did, step by step
   HWA_SIM_FAULTS='getreg page=1 offset=0x18 code=17' kslctl --simulate status
 
@@ -47,30 +48,18 @@ Environment (docs/hwa-sim.md tells all about the simulated hub):
 
 Exit status:
   0  done
-  1  done, and the answer is no (for commands that ask a question)
+  1  done, and the answer is no ("validate" asks a question, and "reset" asks you one)
   2  the command line is wrong
   3  something could not be done; stderr names it and the code, the rest is shown)";
 
-uint32_t parse_chip(std::string_view text) {
-    uint32_t chip = kMostChips;
-    const bool hex = text.starts_with("0x");
-    const char *const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data() + (hex ? 2 : 0), end, chip, hex ? 16 : 10);
-    if (error != std::errc{} || stop != end || chip >= kMostChips) {
-        throw CLI::ValidationError("--chip", fmt::format("\"{}\" is no chip number; they go from 0 to 255", text));
-    }
-    return chip;
-}
+constexpr NumberKind kChips{"chip number", 0, 255}; // the library hands on the low 8 bits of a chip's number
 
 // Every list is given as one text, also an empty one.
 std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
     std::vector<uint32_t> chips;
-    for (const std::string_view list : lists) {
-        for (size_t begin = 0; begin <= list.size();) {
-            const size_t end = std::min(list.find(',', begin), list.size());
-            chips.push_back(parse_chip(list.substr(begin, end - begin)));
-            begin = end + 1;
-        }
+    for (const std::string &list : lists) {
+        const std::vector<uint32_t> more = parse_list("--chip", list, kChips);
+        chips.insert(chips.end(), more.begin(), more.end());
     }
     return chips;
 }
@@ -78,7 +67,7 @@ std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
 void add_options(CLI::App &app, Options &options) {
     app.add_option_function<std::vector<std::string>>(
            "-c,--chip", [&options](const std::vector<std::string> &lists) { options.chips = parse_chips(lists); },
-           "Chip to look at, 0 to 255; several as a list (0,1) or by repeating it. Default: 0")
+           "Chip, 0 to 255; several as a list (0,1-3) or by repeating it. Default: 0")
         ->type_name("N")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -144,7 +133,10 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     document["errors"] = report.errors();
 
     out.write(options.json ? document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n" : result.text);
-    return report.has_failures() || out.failed() ? tools::kFailed : tools::kDone;
+    if (report.has_failures() || out.failed()) {
+        return tools::kFailed;
+    }
+    return result.answer_is_no ? tools::kAnswerIsNo : tools::kDone;
 }
 
 int run(int argc, char **argv) {
@@ -159,9 +151,24 @@ int run(int argc, char **argv) {
     add_options(app, options);
     Commands commands(app);
     add_status_commands(commands);
+    add_port_commands(commands);
+    add_vlan_commands(commands);
+    add_validate_commands(commands);
+    add_hub_commands(commands);
+    add_chip_commands(commands);
+    add_reg_commands(commands);
 
     if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, out)) {
         return *status;
+    }
+    try {
+        commands.check(options);
+    } catch (const UsageError &error) {
+        tools::complain_about_usage("kslctl", error.what());
+        return tools::kUsage;
+    } catch (const Declined &answer) {
+        tools::complain("kslctl", answer.what());
+        return tools::kAnswerIsNo;
     }
     return execute(commands, options, out);
 }

@@ -9,8 +9,8 @@
 namespace kslctl {
 
 void Report::fail(const FailedOperation &failure) {
-    const std::string message = fmt::format("chip {}: {} not read: {} returned {}{}", failure.chip, failure.about,
-                                            failure.operation, failure.code, explain(failure.code));
+    const std::string message = fmt::format("chip {}: {} {}: {} returned {}{}", failure.chip, failure.about,
+                                            failure.undone, failure.operation, failure.code, explain(failure.code));
     tools::complain("kslctl", message);
     errors_.push_back({{"chip", failure.chip},
                        {"operation", failure.operation},
@@ -20,9 +20,17 @@ void Report::fail(const FailedOperation &failure) {
 }
 
 void Report::fail(const std::string &sentence) {
-    tools::complain("kslctl", sentence);
+    fail_of(nullptr, sentence);
+}
+
+void Report::fail(uint32_t chip, const std::string &sentence) {
+    fail_of(chip, fmt::format("chip {}: {}", chip, sentence));
+}
+
+void Report::fail_of(const Json &chip, const std::string &message) {
+    tools::complain("kslctl", message);
     errors_.push_back(
-        {{"chip", nullptr}, {"operation", nullptr}, {"about", nullptr}, {"code", nullptr}, {"message", sentence}});
+        {{"chip", chip}, {"operation", nullptr}, {"about", nullptr}, {"code", nullptr}, {"message", message}});
 }
 
 std::string Report::explain(int32_t code) const {

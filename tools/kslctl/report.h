@@ -15,8 +15,9 @@ using Json = nlohmann::ordered_json;
 struct FailedOperation {
     uint32_t chip;
     std::string operation;
-    std::string about; // what it was to do
+    std::string about; // what it was to read or to change
     int32_t code;
+    const char *undone = "not read"; // what it is now
 };
 
 class Report {
@@ -25,13 +26,15 @@ public:
     void set_simulated(bool simulated) { simulated_ = simulated; }
 
     void fail(const FailedOperation &failure);
-    // A failure of anything else, as one sentence.
+    // A failure of anything else, as one sentence; behind "chip N: " where it is about one.
     void fail(const std::string &sentence);
+    void fail(uint32_t chip, const std::string &sentence);
 
     bool has_failures() const { return !errors_.empty(); }
     const Json &errors() const { return errors_; }
 
 private:
+    void fail_of(const Json &chip, const std::string &message);
     std::string explain(int32_t code) const;
 
     bool simulated_ = false;

@@ -10,26 +10,42 @@ namespace tools {
 
 namespace {
 
+bool is_group(const CLI::App &app) {
+    return app.get_require_subcommand_min() > 0;
+}
+
 // The parser would only say that a command is missing, also where one is misspelt.
 std::string sentence_about(const CLI::App &app, const CLI::ParseError &error) {
-    if (!app.get_subcommands().empty() || error.get_name() != "RequiredError") {
+    const CLI::App *group = &app;
+    while (!group->get_subcommands().empty()) {
+        group = group->get_subcommands().front();
+    }
+    if (!is_group(*group) || error.get_name() != "RequiredError") {
         return error.what();
     }
-    const std::vector<std::string> unknown = app.remaining();
+    const std::string words = group == &app ? "" : group->get_name() + " ";
+    const std::vector<std::string> unknown = app.remaining(true);
     if (unknown.empty()) {
-        return "no command is given";
+        return group == &app ? "no command is given" : fmt::format("\"{}\" alone is no command", group->get_name());
     }
     const std::string &first = unknown.front();
-    return fmt::format("there is no {} \"{}\"", first.starts_with('-') ? "option" : "command", first);
+    return fmt::format("there is no {} \"{}{}\"", first.starts_with('-') ? "option" : "command",
+                       first.starts_with('-') ? "" : words, first);
+}
+
+// Programs have commands, of which some are groups with commands of their own.
+void label_commands(CLI::App &app) {
+    for (CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+        command->group("Commands");
+        label_commands(*command);
+    }
 }
 
 } // namespace
 
 std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, StandardOutput &out) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    for (CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
-        command->group("Commands");
-    }
+    label_commands(app);
     if (argc < 2) {
         std::cerr << app.help();
         return kUsage;
@@ -44,10 +60,14 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
             out.write(text.str());
             return out.failed() ? kFailed : kDone;
         }
-        complain(app.get_name(), sentence_about(app, error));
-        std::cerr << fmt::format("Run \"{} --help\" for what is possible.\n", app.get_name());
+        complain_about_usage(app.get_name(), sentence_about(app, error));
         return kUsage;
     }
+}
+
+void complain_about_usage(const std::string &program, std::string_view sentence) {
+    complain(program, sentence);
+    std::cerr << fmt::format("Run \"{} --help\" for what is possible.\n", program);
 }
 
 } // namespace tools

@@ -6,11 +6,16 @@
 
 #include <CLI/CLI.hpp>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace tools {
 
 // Parses the command line. Returns the exit status when nothing is left to do: help and version have been
 // written, or what is wrong has been told. A bare call gets the help on stderr, as a usage error.
 std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, StandardOutput &out);
+
+// What is wrong with a command line, and where to read more; the exit status is kUsage.
+void complain_about_usage(const std::string &program, std::string_view sentence);
 
 } // namespace tools

@@ -146,7 +146,7 @@ std::string chip_text(const ChipStatus &status, const Registers &registers, cons
 }
 
 Json chip_json(const ChipStatus &status, const Registers &registers) {
-    Json chip = {{"chip", status.chip}};
+    Json chip = Json::object();
     for (const ChipValue &value : kChipValues) {
         if (contains(registers, value.source)) {
             const std::optional<Bytes> &bytes = status[value.source];
@@ -189,25 +189,22 @@ Json raw_json(const ChipStatus &status, const Registers &registers) {
                         {"offset", place.offset},
                         {"bytes", status[which] ? Json(raw_bytes(status, which)) : Json(nullptr)}});
     }
-    return {{"chip", status.chip}, {"registers", list}};
+    return {{"registers", list}};
 }
 
 // ---- The commands ----
 
+ChipResult look(Context &context, uint32_t chip, const Registers &registers) {
+    const ChipStatus status = read_status(chip, registers, context.report);
+    return context.options.raw ? ChipResult{raw_json(status, registers), raw_text(status, registers, context.style)}
+                               : ChipResult{chip_json(status, registers), chip_text(status, registers, context.style)};
+}
+
 Result run(Context &context, const Registers &registers, bool tells_hub) {
-    const auto &[options, library, style, report] = context;
-    Result result;
-    std::vector<std::string> paragraphs;
-    if (tells_hub && library.simulation()) {
-        paragraphs.push_back(fmt::format("{:<9}  {}\n", "hub", *library.simulation()));
+    Result result = of_each_chip(context, [&](uint32_t chip) { return look(context, chip, registers); });
+    if (const std::optional<std::string> &simulation = context.library.simulation(); tells_hub && simulation) {
+        result.text = fmt::format("{:<9}  {}\n\n{}", "hub", *simulation, result.text);
     }
-    for (const uint32_t chip : options.chips) {
-        const ChipStatus status = read_status(chip, registers, report);
-        result.chips.push_back(options.raw ? raw_json(status, registers) : chip_json(status, registers));
-        paragraphs.push_back(style.heading(fmt::format("chip {}", chip)) + "\n" +
-                             (options.raw ? raw_text(status, registers, style) : chip_text(status, registers, style)));
-    }
-    result.text = fmt::format("{}", fmt::join(paragraphs, "\n"));
     return result;
 }
 

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/beside.h"
+
+#include <fmt/format.h>
+#include <limits.h>
+#include <unistd.h>
+
+namespace kslctl {
+
+namespace {
+
+// Empty when there is no /proc.
+std::string own_folder() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string whole(path, length > 0 ? static_cast<size_t>(length) : 0);
+    return whole.substr(0, whole.rfind('/') + 1);
+}
+
+} // namespace
+
+std::string path_beside_program(const std::string &library) {
+    const std::string folder = own_folder();
+    const std::string built = fmt::format("{}" KSL_BUILD_LIBRARIES "/{}", folder, library);
+    const std::string installed = fmt::format("{}" KSL_INSTALLED_LIBRARIES "/{}", folder, library);
+    return access(built.c_str(), F_OK) == 0 ? built : installed;
+}
+
+} // namespace kslctl

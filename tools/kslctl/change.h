@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// Changes of ports: what is written, and what the registers held before and hold afterwards.
+#pragma once
+
+#include "kslctl/arguments.h"
+#include "kslctl/command.h"
+#include "kslctl/port_registers.h"
+
+#include <functional>
+#include <vector>
+
+namespace kslctl {
+
+// An operation that writes registers of a port.
+struct PortChange {
+    const char *operation;
+    const char *what;   // "speed of port {}"
+    const char *undone; // what it is after a failure: "not set"
+    struct Written {
+        const PortRegister *which;
+        std::function<Bytes(const Bytes &before)> value; // what is written into it
+    };
+    std::vector<Written> registers; // in the order of the writes
+    // Gets what the first of the registers holds.
+    std::function<int32_t(uint32_t chip, uint32_t port, const Bytes &before)> run;
+};
+
+// Changes the ports one after the other, on each chip; or, in a dry run, tells what would be written. A port whose
+// registers cannot be read first is left as it is: nobody could say what was changed.
+Result change_ports(Context &context, const NumberSet &ports, const PortChange &change, bool dry_run);
+
+} // namespace kslctl

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/configuration.h"
+
+#include "kslctl/beside.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <expectation.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace kslctl {
+
+Configuration::Configuration(std::string library) : library_(std::move(library)) {
+    handle_ = dlopen(library_.c_str(), RTLD_NOW);
+    if (handle_ == nullptr) {
+        throw NoConfiguration(fmt::format("the configuration library cannot be opened: {}", dlerror()));
+    }
+    const auto get_cfg = reinterpret_cast<decltype(&__ksl_get_cfg)>(dlsym(handle_, "__ksl_get_cfg"));
+    if (get_cfg != nullptr) {
+        get_cfg(&records_);
+    }
+    if (records_ == nullptr) {
+        dlclose(handle_);
+        throw NoConfiguration(library_ + (get_cfg == nullptr
+                                              ? " has no entry point __ksl_get_cfg, so it is no configuration library"
+                                              : " hands out no settings, so there is nothing to compare with"));
+    }
+}
+
+Configuration::~Configuration() {
+    dlclose(handle_);
+}
+
+std::string library_for_file(const std::string &file) {
+    try {
+        kslcfg::load(file);
+    } catch (const kslcfg::Unusable &problem) {
+        throw NoConfiguration(fmt::format("--expect: {}", problem.what()));
+    }
+    const std::string library = path_beside_program("libkslcfg_file.so");
+    if (access(library.c_str(), F_OK) != 0) {
+        throw NoConfiguration(fmt::format(
+            "--expect: {} is missing beside this program; install it with the program, or use --config", library));
+    }
+    setenv("KSL_CFG_FILE", file.c_str(), 1);
+    return library;
+}
+
+} // namespace kslctl
