@@ -8,10 +8,13 @@
 #include "kslctl/report.h"
 #include "kslctl/table.h"
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <stdexcept>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace kslctl {
 
@@ -63,14 +66,11 @@ public:
     // Commands whose first word is the same: "port show" and "port speed" are of the group "port".
     class Group {
     public:
-        CLI::App &add(const char *name, const char *summary, const std::string &help, Run run, Check check = {}) {
-            return commands_.add_to(app_, full_name(name), name, summary, help, std::move(run), std::move(check));
-        }
+        CLI::App &add(const char *name, const char *summary, const std::string &help, Run run, Check check = {});
 
     private:
         friend class Commands;
         Group(Commands &commands, CLI::App &app) : commands_(commands), app_(app) {}
-        std::string full_name(const char *name) const { return app_.get_name() + "-" + name; }
 
         Commands &commands_;
         CLI::App &app_;
@@ -79,38 +79,17 @@ public:
     explicit Commands(CLI::App &app) : app_(app) {}
 
     // The result takes the arguments that the command has of its own.
-    CLI::App &add(const char *name, const char *summary, const std::string &help, Run run, Check check = {}) {
-        return add_to(app_, name, name, summary, help, std::move(run), std::move(check));
-    }
-
-    Group add_group(const char *name, const char *summary) {
-        CLI::App *const group = app_.add_subcommand(name, summary);
-        group->require_subcommand(1);
-        group->footer(std::string("\"kslctl ") + name + " COMMAND --help\" tells more about a command.");
-        return {*this, *group};
-    }
+    CLI::App &add(const char *name, const char *summary, const std::string &help, Run run, Check check = {});
+    Group add_group(const char *name, const char *summary);
 
     // As the schema has it: "status", "port-show".
     const std::string &name() const { return name_; }
-    void check(const Options &options) const {
-        if (check_) {
-            check_(options);
-        }
-    }
+    void check(const Options &options) const;
     Result run(Context &context) const { return run_(context); }
 
 private:
     CLI::App &add_to(CLI::App &parent, const std::string &full_name, const char *name, const char *summary,
-                     const std::string &help, Run run, Check check) {
-        CLI::App *const command = parent.add_subcommand(name, summary);
-        command->footer(help);
-        command->callback([this, full_name, run = std::move(run), check = std::move(check)] {
-            name_ = full_name;
-            run_ = run;
-            check_ = check;
-        });
-        return *command;
-    }
+                     const std::string &help, Run run, Check check);
 
     CLI::App &app_;
     std::string name_;

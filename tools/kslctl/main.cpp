@@ -58,8 +58,12 @@ constexpr NumberKind kChips{"chip number", 0, 255}; // the library hands on the 
 std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
     std::vector<uint32_t> chips;
     for (const std::string &list : lists) {
-        const std::vector<uint32_t> more = parse_list("--chip", list, kChips);
-        chips.insert(chips.end(), more.begin(), more.end());
+        try {
+            const std::vector<uint32_t> more = parse_list(list, kChips);
+            chips.insert(chips.end(), more.begin(), more.end());
+        } catch (const ArgumentError &error) {
+            throw CLI::ValidationError("--chip", error.what());
+        }
     }
     return chips;
 }

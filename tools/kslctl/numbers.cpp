@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/numbers.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
@@ -11,28 +10,28 @@ namespace kslctl {
 namespace {
 
 // `whole` is what the user wrote down.
-uint32_t parse_part(const char *name, std::string_view part, std::string_view whole, const NumberKind &kind) {
+uint32_t parse_part(std::string_view part, std::string_view whole, const NumberKind &kind) {
     uint32_t number = 0;
     const bool hex = part.starts_with("0x");
     const char *const end = part.data() + part.size();
     const auto [stop, error] = std::from_chars(part.data() + (hex ? 2 : 0), end, number, hex ? 16 : 10);
     if (error != std::errc{} || stop != end || number < kind.least || number > kind.most) {
-        throw CLI::ValidationError(
-            name, fmt::format("\"{}\" is no {}; they go from {} to {}", whole, kind.what, kind.least, kind.most));
+        throw ArgumentError(
+            fmt::format("\"{}\" is no {}; they go from {} to {}", whole, kind.what, kind.least, kind.most));
     }
     return number;
 }
 
-void add_range(std::vector<uint32_t> &numbers, const char *name, std::string_view text, const NumberKind &kind) {
+void add_range(std::vector<uint32_t> &numbers, std::string_view text, const NumberKind &kind) {
     const size_t dash = text.find('-', 1);
     if (dash == std::string_view::npos) {
-        numbers.push_back(parse_part(name, text, text, kind));
+        numbers.push_back(parse_part(text, text, kind));
         return;
     }
-    const uint32_t first = parse_part(name, text.substr(0, dash), text, kind);
-    const uint32_t last = parse_part(name, text.substr(dash + 1), text, kind);
+    const uint32_t first = parse_part(text.substr(0, dash), text, kind);
+    const uint32_t last = parse_part(text.substr(dash + 1), text, kind);
     if (first > last) {
-        throw CLI::ValidationError(name, fmt::format("the range \"{}\" runs backwards", text));
+        throw ArgumentError(fmt::format("the range \"{}\" runs backwards", text));
     }
     for (uint32_t number = first; number != last; ++number) {
         numbers.push_back(number);
@@ -42,15 +41,15 @@ void add_range(std::vector<uint32_t> &numbers, const char *name, std::string_vie
 
 } // namespace
 
-uint32_t parse_number(const char *name, std::string_view text, const NumberKind &kind) {
-    return parse_part(name, text, text, kind);
+uint32_t parse_number(std::string_view text, const NumberKind &kind) {
+    return parse_part(text, text, kind);
 }
 
-std::vector<uint32_t> parse_list(const char *name, std::string_view text, const NumberKind &kind) {
+std::vector<uint32_t> parse_list(std::string_view text, const NumberKind &kind) {
     std::vector<uint32_t> numbers;
     for (size_t begin = 0; begin <= text.size();) {
         const size_t end = std::min(text.find(',', begin), text.size());
-        add_range(numbers, name, text.substr(begin, end - begin), kind);
+        add_range(numbers, text.substr(begin, end - begin), kind);
         begin = end + 1;
     }
     return numbers;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <ksl/ksl.h>
+#include <stdexcept>
 #include <string_view>
 #include <vector>
 
@@ -19,9 +20,14 @@ struct NumberKind {
 inline constexpr NumberKind kPorts{"port", 0, KSL_PORTS - 1};
 inline constexpr NumberKind kVlans{"VLAN of the table", 1, 4094};
 
-// Both throw CLI::ValidationError, with the name of the option or argument that the text was given for.
-uint32_t parse_number(const char *name, std::string_view text, const NumberKind &kind);
+// What is wrong with an argument, as one sentence.
+struct ArgumentError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Both throw ArgumentError.
+uint32_t parse_number(std::string_view text, const NumberKind &kind);
 // As they are written down, also several times.
-std::vector<uint32_t> parse_list(const char *name, std::string_view text, const NumberKind &kind);
+std::vector<uint32_t> parse_list(std::string_view text, const NumberKind &kind);
 
 } // namespace kslctl

@@ -58,8 +58,7 @@ std::string chips_of(const Options &options) {
 }
 
 void add_yes(CLI::App &command, const std::shared_ptr<bool> &yes) {
-    command.add_flag_callback(
-        "--yes", [yes] { *yes = true; }, "Do not ask");
+    add_flag(command, "--yes", yes, "Do not ask");
 }
 
 constexpr char kConfirmation[] = R"(
@@ -116,7 +115,7 @@ void add_chip_commands(Commands &commands) {
             check_no_raw(options);
             confirm(fmt::format("give {} the configuration {}", chips_of(options), **configuration), *yes);
         });
-    add_number(config, "CONFIGURATION", kConfigurations, configuration, "0, 1 or 2")->required();
+    add_number(config, "CONFIGURATION", Need::required, kConfigurations, configuration, "0, 1 or 2");
     add_yes(config, yes);
 }
 

@@ -155,7 +155,7 @@ afterwards, as "kslctl port show" has it. A port whose register cannot be read f
 
 uint32_t parse_speed(const std::string &text) {
     if (text != "10" && text != "100") {
-        throw CLI::ValidationError("SPEED", fmt::format("\"{}\" is no speed of a port; it is 10 or 100", text));
+        throw ArgumentError(fmt::format("\"{}\" is no speed of a port; it is 10 or 100", text));
     }
     return text == "100" ? 100 : 10;
 }
@@ -221,7 +221,7 @@ void add_port_commands(Commands &commands) {
         group.add("show", "Control, link, speed, duplex and PHY of ports", kShowHelp, [shown](Context &context) {
             return of_each_chip(context, [&](uint32_t chip) { return show_chip(context, chip, or_all_ports(*shown)); });
         });
-    add_lists(show, "PORT", kPorts, shown, "Ports; default: all");
+    add_lists(show, "PORT", Need::optional, kPorts, shown, "Ports; default: all");
 
     const auto dry_run = std::make_shared<bool>(false);
     const auto ports = std::make_shared<NumberSet>();
@@ -237,18 +237,17 @@ void add_port_commands(Commands &commands) {
                 throw UsageError("--dry-run is for a change, and no speed is given");
             }
         });
-    add_list(speeds, "PORT", kPorts, ports, "Ports")->required();
-    speeds
-        .add_option_function<std::string>(
-            "SPEED", [speed](const std::string &text) { *speed = parse_speed(text); }, "10 or 100, in Mb/s")
-        ->type_name("");
+    add_list(speeds, "PORT", Need::required, kPorts, ports, "Ports");
+    add_text(
+        speeds, "SPEED", Need::optional, [speed](const std::string &text) { *speed = parse_speed(text); },
+        "10 or 100, in Mb/s");
     add_dry_run(speeds, dry_run);
 
     for (const SwitchRow &row : kSwitches) {
         CLI::App &command = group.add(row.name, row.summary, kSwitchHelp, [=, change = row.change](Context &context) {
             return change_ports(context, *ports, *change, *dry_run);
         });
-        add_list(command, "PORT", kPorts, ports, "Ports")->required();
+        add_list(command, "PORT", Need::required, kPorts, ports, "Ports");
         add_dry_run(command, dry_run);
     }
 }

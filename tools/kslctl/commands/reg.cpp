@@ -92,11 +92,11 @@ std::vector<uint8_t> parse_bytes(const std::vector<std::string> &words) {
             good = error == std::errc{} && stop == pair + 2;
         }
         if (!good) {
-            throw CLI::ValidationError("BYTES", fmt::format("\"{}\" is not made of pairs of hexadecimal digits", word));
+            throw ArgumentError(fmt::format("\"{}\" is not made of pairs of hexadecimal digits", word));
         }
     }
     if (bytes.size() > kLengths.most) {
-        throw CLI::ValidationError("BYTES", fmt::format("a register has at most {} bytes", kLengths.most));
+        throw ArgumentError(fmt::format("a register has at most {} bytes", kLengths.most));
     }
     return bytes;
 }
@@ -135,8 +135,8 @@ ChipResult dump(Context &context, uint32_t chip) {
 // ---- The commands ----
 
 void add_place(CLI::App &command, const Arguments &arguments) {
-    add_number(command, "PAGE", kPages, arguments.page, "Register page, 0 to 255")->required();
-    add_number(command, "OFFSET", kOffsets, arguments.offset, "Register offset in it, 0 to 255")->required();
+    add_number(command, "PAGE", Need::required, kPages, arguments.page, "Register page, 0 to 255");
+    add_number(command, "OFFSET", Need::required, kOffsets, arguments.offset, "Register offset in it, 0 to 255");
 }
 
 constexpr char kGetHelp[] =
@@ -168,7 +168,7 @@ void add_reg_commands(Commands &commands) {
         },
         check_no_raw);
     add_place(get_command, got);
-    add_number(get_command, "LENGTH", kLengths, length, "Number of bytes, 1 to 8")->required();
+    add_number(get_command, "LENGTH", Need::required, kLengths, length, "Number of bytes, 1 to 8");
 
     const Arguments written;
     const auto bytes = std::make_shared<std::vector<uint8_t>>();
@@ -185,11 +185,9 @@ void add_reg_commands(Commands &commands) {
         },
         check_no_raw);
     add_place(set_command, written);
-    set_command
-        .add_option_function<std::vector<std::string>>(
-            "BYTES", [bytes](const std::vector<std::string> &words) { *bytes = parse_bytes(words); }, "What is written")
-        ->type_name("")
-        ->required();
+    add_texts(
+        set_command, "BYTES", Need::required,
+        [bytes](const std::vector<std::string> &words) { *bytes = parse_bytes(words); }, "What is written");
     add_dry_run(set_command, dry_run);
 
     group.add(

@@ -187,9 +187,10 @@ Result validate(Context &context, const Source &source, const Validation &valida
 }
 
 void add_source(CLI::App &command, const std::shared_ptr<Source> &source) {
-    command.add_option("--config", source->library, "Configuration library, by its path")->type_name("LIBRARY");
-    command.add_option("--expect", source->file, "Expected configuration as JSON (docs/ksl-expectation.md)")
-        ->type_name("FILE");
+    const auto part = [&](std::string &text) { return std::shared_ptr<std::string>(source, &text); };
+    add_option(command, "--config", "LIBRARY", part(source->library), "Configuration library, by its path");
+    add_option(command, "--expect", "FILE", part(source->file),
+               "Expected configuration as JSON (docs/ksl-expectation.md)");
 }
 
 void check_source(const Source &source) {
@@ -251,7 +252,7 @@ void add_validate_commands(Commands &commands) {
             });
         },
         needs_source);
-    add_lists(vlan, "VID", kVlans, vids, "VLANs, 1 to 4094")->required();
+    add_lists(vlan, "VID", Need::required, kVlans, vids, "VLANs, 1 to 4094");
     add_source(vlan, source);
 
     CLI::App &enabled = group.add(

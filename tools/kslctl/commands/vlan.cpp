@@ -217,9 +217,7 @@ void add_vlan_commands(Commands &commands) {
         group.add("show", "VLAN support, PVIDs, and the VLAN table", kShowHelp, [whole_table](Context &context) {
             return of_each_chip(context, [&](uint32_t chip) { return show_chip(context, chip, *whole_table); });
         });
-    show.add_flag_callback(
-        "--all", [whole_table] { *whole_table = true; },
-        "All valid entries of the VLAN table, not only those of PVIDs");
+    add_flag(show, "--all", whole_table, "All valid entries of the VLAN table, not only those of PVIDs");
 
     const PvidArguments arguments;
     CLI::App &pvid = group.add(
@@ -230,9 +228,10 @@ void add_vlan_commands(Commands &commands) {
                 throw UsageError("--dry-run is for a change, and no VLAN is given");
             }
         });
-    add_list(pvid, "PORT", kPorts, arguments.ports, "Ports; default: all, to be shown");
-    add_number(pvid, "VID", kPvidVlans, arguments.vid, "VLAN that they get, 0 to 4095");
-    add_number(pvid, "PRIORITY", kPriorities, arguments.priority, "Priority that they get, 0 to 7; default: as it is");
+    add_list(pvid, "PORT", Need::optional, kPorts, arguments.ports, "Ports; default: all, to be shown");
+    add_number(pvid, "VID", Need::optional, kPvidVlans, arguments.vid, "VLAN that they get, 0 to 4095");
+    add_number(pvid, "PRIORITY", Need::optional, kPriorities, arguments.priority,
+               "Priority that they get, 0 to 7; default: as it is");
     add_dry_run(pvid, arguments.dry_run);
 
     const auto vids = std::make_shared<NumberSet>();
@@ -241,14 +240,14 @@ void add_vlan_commands(Commands &commands) {
                   std::string("VLANs are numbers and ranges (1,100-102).\n") + kBits, [vids](Context &context) {
                       return of_each_chip(context, [&](uint32_t chip) { return show_entries(context, chip, *vids); });
                   });
-    add_lists(entry, "VID", kVlans, vids, "VLANs, 1 to 4094")->required();
+    add_lists(entry, "VID", Need::required, kVlans, vids, "VLANs, 1 to 4094");
 
     const auto index = std::make_shared<std::optional<uint32_t>>();
     CLI::App &extended =
         group.add("extended", "An extended VLAN control register", kExtendedHelp, [index](Context &context) {
             return of_each_chip(context, [&](uint32_t chip) { return show_extended(context, chip, **index); });
         });
-    add_number(extended, "INDEX", kIndices, index, "Number of the register")->required();
+    add_number(extended, "INDEX", Need::required, kIndices, index, "Number of the register");
 
     group.add("enabled", "Whether VLAN support is on", kBits + 1, [](Context &context) {
         return of_each_chip(context, [&](uint32_t chip) { return show_enabled(context, chip); });
