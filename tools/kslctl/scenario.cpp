@@ -16,7 +16,7 @@ namespace kslctl {
 
 namespace {
 
-constexpr unsigned kLastPhyBits = 0xFFFF & ~0x8200; // reset and restart clear themselves
+constexpr unsigned kLastPhyBits = 0x7DFF; // reset and restart clear themselves
 
 // Settings for which a scenario has no key of their own.
 struct Place {
@@ -90,7 +90,8 @@ Json port_json(const ChipStatus &status, uint32_t port, const Bytes &phy_control
     if (is_failed) {
         json["self_test"] = "fail";
     }
-    json["phy_control"] = fmt::format("0x{:04x}", (phy_control[0] << 8 | phy_control[1]) & kLastPhyBits);
+    json["phy_control"] =
+        fmt::format("0x{:04x}", static_cast<unsigned>(phy_control[0] << 8 | phy_control[1]) & kLastPhyBits);
     json["port_control"] = fmt::format("0x{:02x}", port_control[0]);
     json["pvid"] = pvid.vid;
     json["priority"] = pvid.priority;
