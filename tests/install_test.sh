@@ -32,6 +32,19 @@ LD_LIBRARY_PATH=$lib "$work/first" >"$work/ports" || fail "the first program fai
 [ "$(wc -l <"$work/ports")" -eq 24 ] || fail "the first program does not show 24 ports"
 [ "$(sed 's/.*: //' "$work/ports" | sort -u | paste -s -d ' ')" = 'down up' ] || fail "the first program shows no links up and down"
 
+# An expectation that was compiled against the installed header, and a hub that first differs from it.
+cc -Wall -Werror -shared -fPIC -I "$work/installed/include" examples/expectation.c -o "$work/libexpectation.so"
+kslctl() {
+    "$work/installed/bin/kslctl" --simulate "$@" >"$work/out"
+}
+status=0
+kslctl validate pvid --config "$work/libexpectation.so" || status=$?
+[ "$status" -eq 1 ] || fail "comparing with the compiled expectation ended with $status instead of 1"
+kslctl vlan pvid 0-11 1 0
+kslctl vlan pvid 12-17 100 5
+kslctl vlan pvid 18-23 300 7
+kslctl validate pvid --config "$work/libexpectation.so" || fail "the hub is not as the compiled expectation has it"
+
 # The library alone wants a compiler and a trace library to link with, nothing else.
 cmake -S . -B "$work/alone" -G Ninja -DKSL_BUILD_PLATFORM=OFF -DKSL_BUILD_TOOLS=OFF -DKSL_BUILD_TESTS=OFF \
     -DTRACE_KBUF_LIBRARY="$lib/libtrace_kbuf.so" >/dev/null
