@@ -464,7 +464,7 @@ KSL_STATIC_ASSERT(offsetof(struct ksl_arl_entry, flag55) == 4, "flag55 is bytes 
 KSL_STATIC_ASSERT(offsetof(struct ksl_arl_entry, mac) == 8, "mac is bytes 8 to 13");
 
 /**
- * Fetches the whole address table in one request. Needs 64 KiB of stack.
+ * Fetches the whole address table in one request. Needs 64 KiB of stack for it, and less than 1 KiB more.
  * @param all_ports 0: the output ends before the first entry of port 0 or 1, whatever follows it.
  *        Any other value: every entry.
  * @param entries receives the entries in the table's order.

@@ -214,5 +214,22 @@ TEST_F(TableRead, AFailureLeavesEverything) {
                      record(points::getmacs_missing), record(points::read_arl_table_fetch_failed)} += end(-1, 12)));
 }
 
+#if !defined(__SANITIZE_ADDRESS__) // which has stacks of its own
+TEST_F(TableRead, NeedsTheBufferAndLittleMoreOfTheStack) {
+    constexpr size_t kBuffer = 64 * 1024;
+    uintptr_t deepest = 0;
+    platform.on_getmacs = [&deepest](void *, uint32_t *number) {
+        deepest = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+        *number = 0;
+    };
+    ASSERT_EQ(ksl_read_ARL_table(0, 1, entries, &count), 0);
+    const size_t used = reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) - deepest;
+    EXPECT_GE(used, kBuffer);
+    // With the frames of the script in between.
+    EXPECT_LT(used, kBuffer + 1024);
+    RecordProperty("bytes_of_stack", std::to_string(used));
+}
+#endif
+
 } // namespace
 } // namespace ksl::test
