@@ -16,11 +16,11 @@ struct DumpedRegister {
 };
 
 // The trunking control register is dumped twice: readers of the trace count on eleven rows.
-constexpr DumpedRegister kDumped[] = {
+constexpr DumpedRegister ksl_dump_reg_table[] = {
     {0x00, 0x00, 1}, {0x01, 0x00, 6}, {0x02, 0x06, 4}, {0x08, 0x32, 3}, {0x32, 0x00, 1}, {0x32, 0x00, 1},
     {0x34, 0x00, 1}, {0x34, 0x01, 1}, {0x34, 0x02, 1}, {0x34, 0x07, 1}, {0x34, 0x08, 1},
 };
-constexpr uint32_t kDumpedCount = std::size(kDumped);
+constexpr uint32_t kDumpedRegisters = std::size(ksl_dump_reg_table);
 
 } // namespace
 
@@ -54,13 +54,13 @@ extern "C" int32_t dbg_ksl_set_reg(uint32_t chip, uint32_t page, uint32_t offset
 extern "C" int32_t dbg_ksl_dump_reg(uint32_t chip) {
     const CallFrame frame;
     trace(points::dump_reg_entry, chip);
-    ksl_reg_request requests[kDumpedCount] = {};
-    for (uint32_t i = 0; i < kDumpedCount; ++i) {
-        requests[i].page = kDumped[i].page;
-        requests[i].offset = kDumped[i].offset;
-        requests[i].length = kDumped[i].length;
+    ksl_reg_request requests[kDumpedRegisters] = {};
+    for (uint32_t i = 0; i < kDumpedRegisters; ++i) {
+        requests[i].page = ksl_dump_reg_table[i].page;
+        requests[i].offset = ksl_dump_reg_table[i].offset;
+        requests[i].length = ksl_dump_reg_table[i].length;
     }
-    const int32_t result = __hwa_get_multireg(chip, requests, kDumpedCount);
+    const int32_t result = __hwa_get_multireg(chip, requests, kDumpedRegisters);
     if (result != 0) {
         trace(points::dump_reg_failed, result);
     } else {

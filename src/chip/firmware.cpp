@@ -17,10 +17,12 @@ constexpr uint32_t kResponseBytes = 40;
 extern "C" int32_t ksl_read_EPN_firmware_version(uint32_t chip, uint8_t *version, uint32_t *length) {
     const CallFrame frame;
     trace(points::read_epn_firmware_version_entry, chip);
-    const uint8_t command[] = {0x08, 0x78, 0, 0, 0, 0, 0, 0, 0, 0, low_byte(chip), 0x03, 0x00, 0xA2, 0x02};
+    const uint8_t ksl_epn_version_command[] = {0x08, 0x78,           0,    0,    0,    0,   0, 0, 0,
+                                               0,    low_byte(chip), 0x03, 0x00, 0xA2, 0x02};
     alignas(16) uint8_t response[kResponseBytes] = {};
     uint32_t response_length = kResponseBytes;
-    const int32_t result = __hwa_engpowercmd(command, sizeof command, response, &response_length);
+    const int32_t result =
+        __hwa_engpowercmd(ksl_epn_version_command, sizeof ksl_epn_version_command, response, &response_length);
     if (result != 0) {
         trace(points::read_epn_firmware_version_command_failed);
     } else {

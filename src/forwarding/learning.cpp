@@ -81,7 +81,7 @@ extern "C" int32_t ksl_set_learning_threshold_at_port(uint32_t chip, uint32_t po
     } else if (threshold > kHighestThreshold) {
         trace(points::set_learning_threshold_at_port_threshold_refused, threshold);
     } else {
-        uint8_t bytes[sizeof(ksl_word)];
+        uint8_t bytes[12] = {};
         store_word(with_field(0, kLowestBit, kWidth, threshold), bytes);
         result = write_register(chip, learning_register(learning_threshold(port)), bytes,
                                 points::second_register_write_failed);

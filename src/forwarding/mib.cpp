@@ -17,17 +17,17 @@ using namespace ksl;
 constexpr uint32_t kFirstPortPage = 0x50;
 
 struct Counter {
-    uint8_t offset;
-    uint8_t length;
+    uint32_t offset;
+    uint32_t length;
 };
 
 // What a batch asks for. 0x08 and 0x90 are asked for twice, 0x84 and 0x10 never: what callers see depends on it.
-constexpr Counter kRequested[] = {
+constexpr Counter ksl_mib_counter_table[] = {
     {0x00, 8}, {0x7C, 8}, {0x18, 4}, {0x88, 4}, {0x08, 4}, {0x08, 4}, {0x90, 4}, {0x1C, 4},
     {0x30, 4}, {0x38, 4}, {0x50, 4}, {0x54, 4}, {0x58, 4}, {0x5C, 4}, {0x60, 4}, {0x64, 4},
     {0x68, 4}, {0x70, 4}, {0x74, 4}, {0x78, 4}, {0x90, 4}, {0x98, 4},
 };
-constexpr uint32_t kRequestCount = std::size(kRequested);
+constexpr uint32_t kRequestCount = std::size(ksl_mib_counter_table);
 
 struct Placement {
     uint8_t offset;
@@ -85,8 +85,8 @@ int32_t read_counters(uint32_t chip, uint32_t port, ksl_mib_port_block &block) {
     ksl_reg_request requests[kRequestCount] = {};
     for (uint32_t i = 0; i < kRequestCount; ++i) {
         requests[i].page = low_byte(kFirstPortPage + port);
-        requests[i].offset = kRequested[i].offset;
-        requests[i].length = kRequested[i].length;
+        requests[i].offset = low_byte(ksl_mib_counter_table[i].offset);
+        requests[i].length = ksl_mib_counter_table[i].length;
     }
     const int32_t result = __hwa_get_multireg(chip, requests, kRequestCount);
     if (result != 0) {

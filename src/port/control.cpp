@@ -14,11 +14,11 @@ constexpr Register port_control(uint32_t port) {
     return {0x00, 0xD0 + port, 1};
 }
 
-constexpr uint8_t kPhyReset[] = {0x80, 0x00};
+constexpr uint8_t kPhyReset[4] = {0x80, 0x00};
 
 // What switches a port, and the records that tell of it.
 struct PortSwitch {
-    uint8_t phy_control[2];
+    uint8_t phy_control[4];
     uint8_t port_control;
     TracePlace<2> entry;
     TracePlace<3> phy_write_failed;

@@ -18,6 +18,11 @@ constexpr uint32_t kSpeedIndicationBit = 17;
 constexpr uint32_t kSpeedBit = 29;
 constexpr uint32_t kAutoNegotiationBit = 28;
 
+// What the bits say of a speed in Mb/s.
+constexpr uint32_t ksl_speed_code(uint32_t speed) {
+    return speed == 100 ? 1 : 0;
+}
+
 } // namespace
 
 extern "C" int32_t ksl_get_port_speed(uint32_t chip, uint32_t port, uint32_t *out) {
@@ -39,7 +44,7 @@ extern "C" int32_t ksl_set_port_speed(uint32_t chip, uint32_t port, uint32_t spe
     // A refused speed is shown by the exit record as it came.
     uint32_t code = speed;
     if (speed == 10 || speed == 100) {
-        code = speed == 100 ? 1 : 0;
+        code = ksl_speed_code(speed);
         trace(points::set_port_speed_access);
         const Register control = phy_control(port);
         uint8_t bytes[kRegisterBytes];

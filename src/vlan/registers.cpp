@@ -15,7 +15,7 @@ constexpr uint32_t kLastVlanId = 0xFFE;
 constexpr uint32_t kTableBit = 20;
 constexpr uint32_t kTableBits = 12;
 constexpr uint32_t kVlanTable = 0x002;
-constexpr uint8_t kReadEntry[] = {0x81, 0x00, 0x00};
+constexpr uint8_t kReadEntry[4] = {0x81, 0x00, 0x00};
 
 } // namespace
 

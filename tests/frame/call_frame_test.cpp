@@ -176,14 +176,19 @@ TEST_P(EveryOperation, RunsBeforeInitAndAfterTerminate) {
     platform.take();
 }
 
-// The source file of each operation's records, by the upper half of their identifiers.
+// The source file of each operation's records: they are numbered from its entry record upwards, behind those that
+// operations of the same group share.
 std::string source_of(uint32_t identifier) {
+    std::string source;
+    uint32_t nearest = 0;
     for (const Operation &operation : operations()) {
-        if (operation.entry.identifier >> 16 == identifier >> 16) {
-            return operation.source;
+        const uint32_t entry = operation.entry.identifier;
+        if (entry >> 16 == identifier >> 16 && (source.empty() || (entry <= identifier && entry > nearest))) {
+            source = operation.source;
+            nearest = entry;
         }
     }
-    return "";
+    return source;
 }
 
 const std::map<uint32_t, std::string> kNames{

@@ -188,7 +188,7 @@ const std::vector<Operation> &operations() {
          [](uint32_t chip) {
              return Values{chip, 0, 1};
          }},
-        {"dbg_ksl_search_ARL_table", "forwarding/address_table.cpp", points::search_arl_table_entry,
+        {"dbg_ksl_search_ARL_table", "forwarding/address_search.cpp", points::search_arl_table_entry,
          points::search_arl_table_exit,
          [](uint32_t chip) {
              number = 1;
