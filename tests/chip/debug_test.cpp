@@ -173,6 +173,20 @@ TEST_F(RegisterDump, ReadsElevenRegistersInOneBatch) {
     }
 }
 
+// What is dumped is what the answer says that it is.
+TEST_F(RegisterDump, TellsTheRegistersOfTheAnswer) {
+    platform.on_get_multireg = [this](ksl_reg_request *list, uint32_t count) {
+        batch = entry_point("hwa_get_multireg", {2, whole_address(list), count});
+        list[10] = {0x77, 0x66, {}, 2, {0xA1, 0xA2}};
+    };
+    EXPECT_EQ(dbg_ksl_dump_reg(2), 0);
+    const Calls calls = platform.take();
+    ASSERT_GE(calls.size(), 4u);
+    EXPECT_EQ((Calls{calls.end() - 4, calls.end()}),
+              (Calls{record(points::dump_reg_register, 0x77, 0x66, 2), dump({0xA1, 0xA2}),
+                     record(points::dump_reg_exit, 0), stamp_end()}));
+}
+
 TEST_F(RegisterDump, AFailedBatchDumpsNothing) {
     for (const int32_t code : kFailureCodes) {
         platform.result = code;

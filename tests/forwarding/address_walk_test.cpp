@@ -50,6 +50,20 @@ TEST_F(Walk, IgnoresEveryResult) {
     EXPECT_EQ(seen, (std::vector<Bytes>{{1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 8}}));
 }
 
+TEST_F(Walk, AFailedStatusLeavesTheOneBefore) {
+    platform.successive_reads = {{0x80}, {1, 2, 3, 4, 5, 6, 7, 8}, {0x00}, {8, 7, 6, 5, 4, 3, 2, 1}, {0x00}};
+    platform.failures = {{4, 5}};
+    __KSL_READ_ARL_TABLE(0, remember);
+    EXPECT_EQ(seen, (std::vector<Bytes>{{1, 2, 3, 4, 5, 6, 7, 8}, {8, 7, 6, 5, 4, 3, 2, 1}}));
+}
+
+TEST_F(Walk, IsNotTimed) {
+    ksl_enable_time();
+    platform.successive_reads = {{0x00}};
+    __KSL_READ_ARL_TABLE(0, remember);
+    EXPECT_EQ(platform.take(), (Calls{setreg(0, kPage, kAccess, {0x80}), getreg(0, kPage, kAccess, 1)}));
+}
+
 ScriptedPlatform *walked;
 size_t calls_before_callback;
 

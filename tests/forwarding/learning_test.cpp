@@ -151,6 +151,21 @@ TEST_F(LearningThreshold, IsWrittenAsThirteenBits) {
     }
 }
 
+TEST_F(LearningThreshold, HasZerosBehindTheBytesWritten) {
+    Bytes buffer;
+    platform.on_call = [&](const std::string &text) {
+        if (text.find("hwa_setreg") != std::string::npos && !platform.buffers.empty()) {
+            const auto *const bytes = static_cast<const uint8_t *>(platform.buffers.back());
+            buffer.assign(bytes, bytes + 12);
+        }
+    };
+    EXPECT_EQ(ksl_set_learning_threshold_at_port(0, 0, 0x1234), 0);
+    Bytes expected(12, 0);
+    expected[0] = 0x12;
+    expected[1] = 0x34;
+    EXPECT_EQ(buffer, expected);
+}
+
 TEST_F(LearningThreshold, AboveTheLimitIsRefused) {
     for (const uint32_t threshold : {8193u, 0x10000u, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(ksl_set_learning_threshold_at_port(3, 23, threshold), -1);

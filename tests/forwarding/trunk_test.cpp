@@ -4,6 +4,7 @@
 #include "forwarding/trace_points.h"
 
 #include <cstring>
+#include <set>
 
 namespace ksl::test {
 namespace {
@@ -289,6 +290,19 @@ TEST_F(TrunkValidation, AFailedReadIsNoConfirmation) {
             }
         }
     }
+}
+
+TEST_F(TrunkValidation, TheVerdictIsNoBeforeAnythingIsRead) {
+    holds(0x02, 0x08000003);
+    std::vector<uint32_t> verdicts;
+    platform.on_call = [&](const std::string &text) {
+        if (text.find("hwa_getreg") != std::string::npos) {
+            verdicts.push_back(verdict);
+        }
+    };
+    EXPECT_EQ(ksl_validate_trunk_group(0, 0, 0, 1, &verdict), 0);
+    EXPECT_EQ(std::set<uint32_t>(verdicts.begin(), verdicts.end()), std::set<uint32_t>{0});
+    EXPECT_EQ(verdict, 1u);
 }
 
 // The inner read takes the start stamp over.

@@ -98,6 +98,37 @@ TEST_F(Lifecycle, ASecondInitKeepsTheLibraryAndAllocatesAgain) {
     EXPECT_EQ(ksl_scratch_buffer, platform.allocated[1]);
 }
 
+TEST_F(Lifecycle, ASecondInitTriesAgainWhereNoLibraryWasBound) {
+    platform.libraries = {};
+    ksl_init();
+    platform.take();
+    platform.libraries = {"libqrthwa.gen1.so"};
+    ksl_init();
+    const Call first_missing = missing(points::first_lower_library_missing);
+    EXPECT_EQ(platform.take(), (Calls{open_trace, open_first, ask_loader, first_missing, open_second,
+                                      record(points::lower_library_bound), allocate}));
+    EXPECT_EQ(ksl_hwa_handle, kSecondHandle);
+}
+
+TEST_F(Lifecycle, ASecondInitWithoutMemoryForgetsTheWorkArea) {
+    ksl_init();
+    platform.take();
+    platform.malloc_fails = true;
+    ksl_init();
+    EXPECT_EQ(platform.take(), (Calls{open_trace, record(points::lower_library_already_bound), allocate,
+                                      record(points::scratch_buffer_missing)}));
+    EXPECT_EQ(ksl_scratch_buffer, nullptr);
+    ksl_terminate();
+    EXPECT_EQ(platform.take().back().text, "free null");
+}
+
+TEST_F(Lifecycle, InitGoesOnWithoutATraceBuffer) {
+    platform.trace_result = -1;
+    ksl_init();
+    EXPECT_EQ(platform.take(), (Calls{open_trace, open_first, record(points::lower_library_bound), allocate}));
+    EXPECT_EQ(ksl_hwa_handle, kFirstHandle);
+}
+
 TEST_F(Lifecycle, AFailedAllocationIsTracedAndNothingElse) {
     platform.malloc_fails = true;
     ksl_init();
@@ -126,6 +157,27 @@ TEST_F(Lifecycle, TerminateWithoutALibraryClosesNone) {
     ksl_terminate();
     EXPECT_EQ(platform.take(),
               (Calls{platform_call("trace_kbuf_free ksl_trace_buffer"), platform_call("free an allocated block")}));
+}
+
+// The second one frees the same block again, for which nobody but the caller can answer; here it is null.
+TEST_F(Lifecycle, TerminateFreesWhatThePointerSaysEachTime) {
+    platform.malloc_fails = true;
+    ksl_init();
+    const Call free_trace = platform_call("trace_kbuf_free ksl_trace_buffer");
+    const Call free_nothing = platform_call("free null");
+    ksl_terminate();
+    platform.take();
+    ksl_terminate();
+    EXPECT_EQ(platform.take(), (Calls{free_trace, free_nothing}));
+
+    char block;
+    ksl_scratch_buffer = &block;
+    for (int i = 0; i < 2; ++i) {
+        ksl_terminate();
+        EXPECT_EQ(platform.take(), (Calls{free_trace, platform_call("free ?")}));
+        EXPECT_EQ(ksl_scratch_buffer, &block);
+    }
+    ksl_scratch_buffer = nullptr;
 }
 
 TEST_F(Lifecycle, InitAfterTerminateOpensTheLibraryAgain) {
@@ -161,6 +213,26 @@ TEST_F(Lifecycle, InitAndTerminateLeaveTheTimingFlagAlone) {
     ksl_init();
     ksl_terminate();
     EXPECT_EQ(ksl_time_enabled, 0u);
+}
+
+TEST_F(Lifecycle, IsNotTimedItself) {
+    ksl_enable_time();
+    ksl_init();
+    EXPECT_EQ(platform.take(), (Calls{open_trace, open_first, record(points::lower_library_bound), allocate}));
+    uint32_t *buffer = nullptr;
+    ksl_get_trace_buffer(&buffer);
+    EXPECT_EQ(platform.take(), Calls{});
+    ksl_terminate();
+    EXPECT_EQ(platform.take().size(), 3u);
+    ksl_disable_time();
+}
+
+TEST_F(Lifecycle, TimingSwitchedOnBeforeInitTimesTheOperations) {
+    ksl_enable_time();
+    ksl_init();
+    EXPECT_EQ(ksl_set_MAC_filter(0, 0), 0);
+    EXPECT_EQ(platform.take().back().text, record(points::elapsed_time, platform.clock_step).text);
+    ksl_disable_time();
 }
 
 TEST_F(Lifecycle, RecordsBeforeInitCarryTheDescriptorAsItIs) {

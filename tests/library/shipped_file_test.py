@@ -70,6 +70,17 @@ class ShippedFile(unittest.TestCase):
         exported = [name for kind, name in symbols("--defined-only")]
         self.assertEqual(sorted(exported), sorted(functions | variables))
 
+    def test_exports_data_of_the_machines_own_sizes(self):
+        lines = output(NM, "--dynamic", "--print-size", "--defined-only", LIBRARY).splitlines()
+        data = {words[3]: int(words[1], 16) for words in map(str.split, lines) if words[2] not in "TtWw"}
+        with open(LIBRARY, "rb") as file:
+            pointer = 8 if file.read(5)[4] == 2 else 4
+        self.assertEqual(data, {
+            "ksl_hwa_handle": pointer, "ksl_cfg_handle": pointer, "ksl_scratch_buffer": pointer,
+            "ksl_trace_buffer": 4, "ksl_time_enabled": 4,
+            "ksl_start_time": 2 * pointer, "ksl_end_time": 2 * pointer, "ksl_time_zone": 8,
+        })
+
     def test_holds_no_text_of_the_trace_tables(self):
         image = Path(LIBRARY).read_bytes()
         texts = []

@@ -271,5 +271,15 @@ TEST_F(StatusReads, TheReadsOfSeveralBytesStartFromClearedBuffers) {
     EXPECT_TRUE(out2.holds({0x31, 0, 0, 0}));
 }
 
+TEST_F(StatusReads, NothingOfTheFirstLinkRegisterIsLeftForTheSecond) {
+    platform.registers[{1, 0x10}] = {0x21, 0x22, 0x23, 0x24};
+    platform.on_call = [this](const std::string &text) {
+        platform.delivered_bytes = text.find("offset=0x14") == std::string::npos ? 4 : 0;
+    };
+    EXPECT_EQ(ksl_read_link_status_regs(0, out, out2), 0);
+    EXPECT_TRUE(out.holds({0x21, 0x22, 0x23, 0x24}));
+    EXPECT_TRUE(out2.holds({0, 0, 0, 0}));
+}
+
 } // namespace
 } // namespace ksl::test

@@ -116,8 +116,8 @@ Bytes next_read(uint8_t page, uint8_t offset) {
 }
 
 int32_t scripted_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer) {
-    note_entry_point("hwa_getreg", access_text("hwa_getreg", chip, page, offset, length));
     active().buffers.push_back(buffer);
+    note_entry_point("hwa_getreg", access_text("hwa_getreg", chip, page, offset, length));
     const int32_t result = access_result();
     const Bytes bytes = next_read(page, offset);
     if (result == 0 || active().failing_reads_deliver) {
@@ -127,9 +127,9 @@ int32_t scripted_getreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t len
 }
 
 int32_t scripted_setreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, const uint8_t *buffer) {
+    active().buffers.push_back(buffer);
     note_entry_point("hwa_setreg",
                      access_text("hwa_setreg", chip, page, offset, length) + " bytes:" + hex_bytes(buffer, length));
-    active().buffers.push_back(buffer);
     return access_result();
 }
 
@@ -348,7 +348,7 @@ int trace_kbuf_init_buffer(uint32_t *descriptor, const char *name, uint32_t size
     note("trace_kbuf_init_buffer " + std::string(descriptor == &ksl_trace_buffer ? "ksl_trace_buffer " : "? ") + name +
          " " + std::to_string(size));
     *descriptor = kDescriptor;
-    return 0;
+    return active().trace_result;
 }
 
 int trace_kbuf_write_ints5(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
@@ -395,7 +395,7 @@ char *__wrap_dlerror() {
 
 int __wrap_dlclose(void *handle) {
     note("dlclose " + handle_text(handle));
-    return 0;
+    return active().close_result;
 }
 
 void *__wrap_dlsym(void *handle, const char *name) {

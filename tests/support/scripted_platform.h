@@ -137,8 +137,10 @@ struct ScriptedPlatform {
 
     // What malloc has handed out and free has not taken back.
     std::vector<void *> allocated;
-    // What the trace library answers to every write.
+    // What the trace library answers to every call.
     int32_t trace_result = 0;
+    // What dlclose answers.
+    int close_result = 0;
 
     Calls calls;
     uint32_t accesses = 0;

@@ -89,6 +89,8 @@ TEST_F(VlanTable, RefusesVlansThatAreNoneAndNeedsAnOutput) {
         EXPECT_EQ(platform.take(), (Calls{stamp_start(), record(points::read_VLAN_map_entry, 0, vid)}));
     }
     EXPECT_TRUE(out.holds({}));
+    EXPECT_EQ(ksl_read_VLAN_map(7, 0, nullptr), -1);
+    EXPECT_EQ(platform.take(), (Calls{stamp_start(), record(points::read_VLAN_map_entry, 7, 0)}));
     EXPECT_EQ(ksl_read_VLAN_map(7, 1, nullptr), -1);
     EXPECT_EQ(platform.take(), (Calls{stamp_start(), record(points::read_VLAN_map_entry, 7, 1)}));
 }

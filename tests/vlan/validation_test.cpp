@@ -148,6 +148,12 @@ TEST_P(ConfigurationRoad, KeepsTheLibraryOpenWithoutTheEntryPointsOfTheLowerOne)
     }
 }
 
+TEST_P(ConfigurationRoad, ForgetsALibraryThatCannotBeClosed) {
+    platform.close_result = -1;
+    EXPECT_EQ(row.run(kConfigurationPath, &verdict), 0);
+    EXPECT_TRUE(closed());
+}
+
 // A library that stayed open is forgotten by the next validation, not closed.
 TEST_P(ConfigurationRoad, ClosesTheLibraryThatItOpenedItself) {
     ksl_cfg_handle = kFirstHandle;
