@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "mib_counters.h"
 #include "output.h"
 #include "scripted_test.h"
 
@@ -8,22 +9,6 @@
 
 namespace ksl::test {
 namespace {
-
-struct Requested {
-    uint32_t offset;
-    uint32_t length;
-    // Where it is placed, and where the word stands that is traced.
-    uint32_t position;
-    uint32_t traced;
-};
-
-// In the order in which they are asked for, placed and traced.
-const Requested kRequested[] = {
-    {0x00, 8, 8, 12},  {0x7C, 8, 0, 4},   {0x18, 4, 16, 16}, {0x88, 4, 20, 20}, {0x08, 4, 24, 24}, {0x08, 4, 24, 24},
-    {0x90, 4, 64, 64}, {0x1C, 4, 36, 36}, {0x30, 4, 40, 40}, {0x38, 4, 44, 44}, {0x50, 4, 48, 48}, {0x54, 4, 72, 72},
-    {0x58, 4, 76, 76}, {0x5C, 4, 80, 80}, {0x60, 4, 84, 84}, {0x64, 4, 88, 88}, {0x68, 4, 92, 92}, {0x70, 4, 52, 52},
-    {0x74, 4, 56, 56}, {0x78, 4, 60, 60}, {0x90, 4, 64, 64}, {0x98, 4, 68, 68},
-};
 
 // Contents that tell page, place and byte apart.
 uint8_t content(uint32_t page, uint32_t offset, uint32_t byte) {
@@ -67,7 +52,7 @@ protected:
     static Bytes filled(const std::vector<uint32_t> &ports) {
         Bytes expected(sizeof blocks, kUntouched);
         for (const uint32_t port : ports) {
-            for (const Requested &row : kRequested) {
+            for (const RequestedCounter &row : kRequestedCounters) {
                 for (uint32_t i = 0; i < row.length; ++i) {
                     expected[port * 96 + row.position + i] = content(0x50 + port, row.offset, i);
                 }
@@ -80,7 +65,7 @@ protected:
 
     Calls successful_read(uint32_t chip, uint32_t port) {
         Calls calls{stamp_start(), record(points::read_mib_counters_at_port_entry, chip, port), batch(chip & 0xFF)};
-        for (const Requested &row : kRequested) {
+        for (const RequestedCounter &row : kRequestedCounters) {
             calls.push_back(record(points::read_mib_counters_at_port_counter, port,
                                    content_word(0x50 + port, row.offset, row.traced - row.position)));
         }
@@ -105,12 +90,12 @@ protected:
 
 TEST_F(Mib, APortIsReadInOneBatchOfClearedRequests) {
     EXPECT_EQ(ksl_read_MIB_counters_at_port(0x102, 5, blocks), 0);
-    ASSERT_EQ(requests.size(), std::size(kRequested));
+    ASSERT_EQ(requests.size(), std::size(kRequestedCounters));
     for (size_t i = 0; i < requests.size(); ++i) {
         SCOPED_TRACE(i);
         EXPECT_EQ(requests[i].page, 0x55);
-        EXPECT_EQ(requests[i].offset, kRequested[i].offset);
-        EXPECT_EQ(requests[i].length, kRequested[i].length);
+        EXPECT_EQ(requests[i].offset, kRequestedCounters[i].offset);
+        EXPECT_EQ(requests[i].length, kRequestedCounters[i].length);
         EXPECT_EQ(Bytes(requests[i].reserved, requests[i].reserved + 2), Bytes(2, 0));
         EXPECT_EQ(Bytes(requests[i].data, requests[i].data + 8), Bytes(8, 0));
     }
@@ -173,7 +158,7 @@ TEST_F(Mib, APortAboveTheLastIsRefused) {
 
 TEST_F(Mib, WithoutTheBatchEveryCounterIsReadByItself) {
     platform.missing_entry_points = {"hwa_get_multireg"};
-    for (const Requested &row : kRequested) {
+    for (const RequestedCounter &row : kRequestedCounters) {
         Bytes &bytes = platform.registers[{0x53, row.offset}];
         bytes.clear();
         for (uint32_t i = 0; i < row.length; ++i) {
@@ -184,8 +169,8 @@ TEST_F(Mib, WithoutTheBatchEveryCounterIsReadByItself) {
     EXPECT_EQ(bytes(), filled({3}));
     const Calls calls = platform.take();
     EXPECT_EQ(calls[2].text, lookup_missing("hwa_get_multireg").text);
-    for (size_t i = 0; i < std::size(kRequested); ++i) {
-        EXPECT_EQ(calls[3 + i].text, getreg(0, 0x53, kRequested[i].offset, kRequested[i].length).text);
+    for (size_t i = 0; i < std::size(kRequestedCounters); ++i) {
+        EXPECT_EQ(calls[3 + i].text, getreg(0, 0x53, kRequestedCounters[i].offset, kRequestedCounters[i].length).text);
     }
 
     platform.missing_entry_points.insert("hwa_getreg");
@@ -232,7 +217,7 @@ TEST_F(Mib, AnAnswerIsPlacedByItsOwnOffsetAndLength) {
 // No register offset but those of the table has a place.
 TEST_F(Mib, NoOtherOffsetHasAPlace) {
     std::set<uint32_t> placed{0x84, 0x10};
-    for (const Requested &row : kRequested) {
+    for (const RequestedCounter &row : kRequestedCounters) {
         placed.insert(row.offset);
     }
     uint32_t offset = 0;

@@ -92,10 +92,10 @@ void note_entry_point(const std::string &name, const std::string &text) {
     }
 }
 
-int32_t access_result() {
+int32_t access_result(int32_t otherwise = 0) {
     ScriptedPlatform &platform = active();
     const auto failure = platform.failures.find(++platform.accesses);
-    return failure == platform.failures.end() ? 0 : failure->second;
+    return failure == platform.failures.end() ? otherwise : failure->second;
 }
 
 void deliver(const Bytes &bytes, uint32_t length, uint8_t *buffer) {
@@ -144,7 +144,7 @@ std::string entry_point_text(const std::string &name, const std::vector<uint64_t
 template <class... Arguments>
 int32_t noted(const std::string &name, Arguments... arguments) {
     note_entry_point(name, entry_point_text(name, {static_cast<uint64_t>(arguments)...}));
-    return active().result;
+    return access_result(active().result);
 }
 
 int32_t scripted_get_multireg(uint8_t chip, ksl_reg_request *requests, uint32_t count) {
@@ -302,7 +302,8 @@ Call record(TracePoint point, const std::vector<uint32_t> &values) {
     std::vector<uint32_t> slots = values;
     slots.resize(count == 0 ? 0 : count <= 5 ? 5 : 9);
     const char *operation = count == 0 ? "write_all" : count <= 5 ? "write_ints5" : "write_ints9";
-    return {record_text(operation, ksl_trace_buffer, point.values, point.identifier, slots)};
+    return {record_text(operation, ksl_trace_buffer, point.values, point.identifier, slots), 0, point.identifier,
+            point.values};
 }
 
 std::vector<uint32_t> slots(const Call &record) {

@@ -100,7 +100,7 @@ struct ScriptedPlatform {
 
     // Register contents by page and offset, the same for every chip; zero where nothing is said.
     std::map<std::pair<uint32_t, uint32_t>, Bytes> registers;
-    // Codes by the number of the access, counted from 1 over reads and writes since the last take.
+    // Codes by the number of the access, counted from 1 over all calls of entry points since the last take.
     std::map<uint32_t, int32_t> failures;
     // What successive reads deliver, whatever they ask for; `registers` serves once it is used up.
     std::deque<Bytes> successive_reads;
@@ -114,7 +114,7 @@ struct ScriptedPlatform {
     std::function<void(const std::string &text)> on_call;
     // What a look-up does not find.
     std::set<std::string> missing_entry_points;
-    // Result of every entry point other than the two register accesses.
+    // Result of every entry point other than the two register accesses, where `failures` says nothing.
     int32_t result = 0;
     // Called in the place of the entry points that fill buffers, where a test sets them.
     std::function<void(ksl_reg_request *requests, uint32_t count)> on_get_multireg;

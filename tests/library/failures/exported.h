@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every function that the library exports, with the accesses that it makes and what each failure leaves behind:
+// its result, the calls it makes on, the caller's memory. Stated here by hand, not learned from the library.
+#pragma once
+
+#include "scripted_platform.h"
+
+#include <functional>
+#include <optional>
+
+namespace ksl::test {
+
+// Its low byte alone reaches the lower library, but for the few entry points that take it whole.
+constexpr uint32_t kChip = 0x102;
+constexpr uint32_t kChipLow = 0x02;
+constexpr uint32_t kPort = 3;
+
+// ---- The caller's memory ----
+
+// All outputs of a call lie in one block, so that every byte that it leaves alone is looked at.
+constexpr size_t kMemorySize = 2400;
+constexpr uint8_t kUntouched = 0xEE;
+uint8_t *memory(size_t at = 0);
+template <class T>
+T *memory_as(size_t at = 0) {
+    return reinterpret_cast<T *>(memory(at));
+}
+
+struct Write {
+    size_t at;
+    Bytes bytes;
+};
+using Writes = std::vector<Write>;
+
+// A number as the host keeps it.
+Bytes native(uint32_t number);
+
+// ---- Accesses ----
+
+// One call of an entry point, as the library is to make it.
+struct Access {
+    std::string entry_point;
+    Call call;
+    // What a read delivers.
+    Bytes answer;
+    // What stands in the trace right behind it where it fails.
+    std::function<Calls(int32_t code)> failed;
+    // What the caller finds as soon as it has succeeded.
+    Writes delivers = {};
+};
+
+// Page and offset as the failure record has them; the lower library is given their low bytes.
+Access read(uint32_t page, uint32_t offset, const Bytes &answer, const Writes &delivers = {},
+            TracePoint failed = points::register_read_failed);
+Access write(uint32_t page, uint32_t offset, const Bytes &bytes, TracePoint failed = points::register_write_failed);
+// Any other entry point; "*" stands for a pointer among its arguments.
+Access other(const std::string &entry_point, const std::string &arguments, std::function<Calls(int32_t code)> failed,
+             const Writes &delivers = {});
+
+// An address in the trace that is neither the caller's nor null: the operation's own memory.
+constexpr uint32_t kOwnMemory = 1;
+
+// ---- Failures ----
+
+// One access fails with a code, or entry points are not to be found.
+struct Fault {
+    // Counted from 0.
+    std::optional<size_t> access = {};
+    int32_t code = 0;
+    std::set<std::string> missing = {};
+    // Neither lower library could be opened.
+    bool unbound = false;
+
+    bool lacks(const std::string &entry_point) const { return unbound || missing.count(entry_point) != 0; }
+};
+
+struct Outcome {
+    int32_t result = 0;
+    Calls calls;
+    Bytes memory;
+    bool configuration_open = false;
+};
+
+// Tells what a call with a fault comes to, for those that are told step by step.
+class Story {
+public:
+    explicit Story(const Fault &fault);
+
+    // Makes an access, or finds its entry point missing; gives its result.
+    int32_t access(const Access &access);
+    void then(const Calls &calls) { outcome.calls += calls; }
+    void leaves(const Writes &writes);
+
+    const Fault &fault;
+    Outcome outcome;
+
+private:
+    size_t made = 0;
+};
+
+// ---- The table ----
+
+struct Exported {
+    std::string name;
+    // Runs it so that it succeeds.
+    std::function<int32_t()> run;
+    // In their order; the first that fails is the last that is made.
+    std::vector<Access> accesses = {};
+    // From behind the failure's own records to the end.
+    std::function<Calls(int32_t result, size_t access)> ending = [](int32_t, size_t) { return Calls{}; };
+    // What the caller finds whatever fails.
+    Writes at_once = {};
+    // Whether a failure leaves the configuration library open.
+    bool leaves_configuration_open = false;
+    // What the platform is given before the run, besides the answers of the reads.
+    std::function<void(ScriptedPlatform &)> prepare = [](ScriptedPlatform &) {};
+    // Entry points that its lower library lacks from the start.
+    std::set<std::string> without = {};
+    // Told step by step instead: it goes on after failures, or depends on the library's being bound.
+    std::function<void(Story &)> story = nullptr;
+    // Its result where nothing fails.
+    int32_t result = 0;
+
+    std::string title() const { return without.empty() ? name : name + " without " + *without.begin(); }
+};
+
+using Exports = std::vector<Exported>;
+
+// The records of an exit and the end stamp.
+template <class... Values>
+Calls leave(TracePoint exit, Values... values) {
+    return {record(exit, values...), stamp_end()};
+}
+
+// The ending of most operations: an exit record with the result alone.
+std::function<Calls(int32_t result, size_t access)> leave_with_result(TracePoint exit);
+
+Exports frame_exports();
+Exports port_exports();
+Exports vlan_exports();
+Exports forwarding_exports();
+Exports address_table_exports();
+Exports chip_exports();
+
+// All of them.
+const Exports &exports();
+
+// ---- Running them ----
+
+// What a call with a fault really comes to. `all`, where given, receives everything called, ksl_init() and
+// ksl_terminate() included.
+Outcome observe(const Exported &exported, const Fault &fault, bool timed, Calls *all = nullptr);
+
+// What it must come to; `good` is what it comes to without a fault.
+Outcome expect(const Exported &exported, const Outcome &good, const Fault &fault);
+
+// Calls with their addresses told apart by whose they are alone, as the outcomes have them: those of an operation's own
+// memory differ from run to run.
+Calls masked(const Calls &calls);
+
+// The calls of entry points among others.
+std::vector<size_t> access_positions(const Calls &calls);
+
+// The calls as timing adds to them: a run time behind each end stamp.
+Calls with_run_times(const Calls &calls);
+
+// Every entry point of the lower library with the record of its absence; none for the one that is optional.
+struct EntryPoint {
+    const char *name;
+    std::optional<TracePoint> missing;
+};
+extern const EntryPoint kEntryPoints[8];
+
+} // namespace ksl::test
