@@ -9,6 +9,8 @@
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -157,6 +159,31 @@ TEST(Loader, OpensTheLibraryAgainAfterTerminate) {
         EXPECT_EQ(read_speed(), 0);
         ksl_terminate();
         EXPECT_FALSE(loaded(kFirst));
+    }
+}
+
+size_t open_files() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
+// The work areas of all but the last are the only loss.
+TEST(Loader, ARepeatedInitOpensNothingAgain) {
+    {
+        const Present first(kFirst);
+        ksl_init();
+    }
+    const size_t files = open_files();
+    std::vector<void *> lost;
+    for (int round = 0; round < 3; ++round) {
+        lost.push_back(ksl_scratch_buffer);
+        ksl_init();
+        EXPECT_EQ(open_files(), files);
+    }
+    ksl_terminate();
+    EXPECT_FALSE(loaded(kFirst));
+    for (void *block : lost) {
+        free(block);
     }
 }
 
