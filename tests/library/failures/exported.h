@@ -60,6 +60,19 @@ Access other(const std::string &entry_point, const std::string &arguments, std::
 // An address in the trace that is neither the caller's nor null: the operation's own memory.
 constexpr uint32_t kOwnMemory = 1;
 
+// ---- Calls ----
+
+// The calls as the outcomes have them: an address is told by whose it is, since those of an operation's own memory
+// differ from run to run.
+Calls masked(const Calls &calls);
+
+// The calls of entry points among others.
+std::vector<size_t> access_positions(const Calls &calls);
+
+constexpr uint32_t kClockStep = 7;
+// The calls as timing adds to them: a run time behind each end stamp.
+Calls with_run_times(const Calls &calls);
+
 // ---- Failures ----
 
 // One access fails with a code, or entry points are not to be found.
@@ -153,16 +166,6 @@ Outcome observe(const Exported &exported, const Fault &fault, bool timed, Calls 
 
 // What it must come to; `good` is what it comes to without a fault.
 Outcome expect(const Exported &exported, const Outcome &good, const Fault &fault);
-
-// Calls with their addresses told apart by whose they are alone, as the outcomes have them: those of an operation's own
-// memory differ from run to run.
-Calls masked(const Calls &calls);
-
-// The calls of entry points among others.
-std::vector<size_t> access_positions(const Calls &calls);
-
-// The calls as timing adds to them: a run time behind each end stamp.
-Calls with_run_times(const Calls &calls);
 
 // Every entry point of the lower library with the record of its absence; none for the one that is optional.
 struct EntryPoint {
