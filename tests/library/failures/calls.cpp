@@ -25,12 +25,16 @@ uint32_t number(const std::string &word) {
     return static_cast<uint32_t>(std::stoull(word, nullptr, 16));
 }
 
-// What the values of each trace point are.
-const std::map<uint32_t, std::string> kValues{
+// The names of the values of each trace point that has an address among them.
+const std::map<uint32_t, std::string> kAddressed = [] {
+    std::map<uint32_t, std::string> points{
 #undef KSL_TRACE_POINT
 #define KSL_TRACE_POINT(identifier, kind, name, values, text) {identifier, values},
 #include "trace_points.def"
-};
+    };
+    std::erase_if(points, [](const auto &point) { return point.second.find(":address") == std::string::npos; });
+    return points;
+}();
 
 std::string masked_address(const std::string &word) {
     const uint32_t from_block = number(word) - address(memory());
@@ -41,7 +45,7 @@ std::string masked_address(const std::string &word) {
 // to run.
 std::string masked_record(const Call &call) {
     const size_t slots = call.text.find("slots:") + 6;
-    std::istringstream names(kValues.at(call.identifier));
+    std::istringstream names(kAddressed.at(call.identifier));
     std::istringstream words(call.text.substr(slots));
     std::string text = call.text.substr(0, slots);
     std::string name;
@@ -65,7 +69,7 @@ std::string masked_arguments(const std::string &text) {
 
 Call masked(const Call &call) {
     Call result = call;
-    if (kValues.count(call.identifier) != 0) {
+    if (kAddressed.count(call.identifier) != 0) {
         result.text = masked_record(call);
     } else if (is_access(call) && !is_register_access(call)) {
         result.text = masked_arguments(call.text);
