@@ -87,7 +87,8 @@ Exports chip_exports() {
                        {1, 2, 3},
                        [](int32_t) { return Calls{record(points::get_reg_failed, kChip, 0x134, 0x102, 3)}; },
                        {{0, {1, 2, 3}}}}},
-         .ending = leave_with_result(points::get_reg_exit)},
+         .ending = leave_with_result(points::get_reg_exit),
+         .reads_into_memory = true},
         {.name = "dbg_ksl_set_reg",
          .run =
              [] {

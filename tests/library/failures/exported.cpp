@@ -142,6 +142,7 @@ Outcome observe(const Exported &exported, const Fault &fault, bool timed, Calls 
             platform.missing_entry_points.insert(entry_point.name);
         }
     }
+    platform.failing_reads_deliver = fault.delivers;
     if (fault.access) {
         platform.failures[static_cast<uint32_t>(*fault.access) + 1] = fault.code;
     }
@@ -194,6 +195,9 @@ Outcome expect(const Exported &exported, const Outcome &good, const Fault &fault
     apply(exported.at_once, outcome.memory);
     for (size_t i = 0; i < failing; ++i) {
         apply(exported.accesses[i].delivers, outcome.memory);
+    }
+    if (exported.reads_into_memory && fault.delivers) {
+        apply(access.delivers, outcome.memory);
     }
     outcome.configuration_open = exported.leaves_configuration_open;
     return outcome;

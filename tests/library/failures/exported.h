@@ -80,6 +80,8 @@ struct Fault {
     // Counted from 0.
     std::optional<size_t> access = {};
     int32_t code = 0;
+    // A read delivers its bytes although it fails.
+    bool delivers = false;
     std::set<std::string> missing = {};
     // Neither lower library could be opened.
     bool unbound = false;
@@ -123,6 +125,8 @@ struct Exported {
     std::function<Calls(int32_t result, size_t access)> ending = [](int32_t, size_t) { return Calls{}; };
     // What the caller finds whatever fails.
     Writes at_once = {};
+    // The lower library is given the caller's memory itself: what a failing read delivers stays there.
+    bool reads_into_memory = false;
     // Whether a failure leaves the configuration library open.
     bool leaves_configuration_open = false;
     // What the platform is given before the run, besides the answers of the reads.

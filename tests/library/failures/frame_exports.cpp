@@ -112,7 +112,8 @@ Exports frame_exports() {
 
         {.name = "__hwa_getreg",
          .run = [=] { return __hwa_getreg(kChip, 0x101, 0x1FF, 2, bytes()); },
-         .accesses = {{"hwa_getreg", getreg(kChipLow, 0x01, 0xFF, 2), {1, 2}, nothing_traced, {{0, {1, 2}}}}}},
+         .accesses = {{"hwa_getreg", getreg(kChipLow, 0x01, 0xFF, 2), {1, 2}, nothing_traced, {{0, {1, 2}}}}},
+         .reads_into_memory = true},
         {.name = "__hwa_get_multireg",
          .run = run_batch,
          .prepare = [](ScriptedPlatform &platform) { answer_batch(platform, kBatch); },
