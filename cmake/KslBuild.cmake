@@ -34,6 +34,11 @@ if(KSL_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(KSL_COVERAGE)
+  # The counters' own code, for whatever links the instrumented objects.
+  add_link_options(--coverage)
+endif()
+
 # The platform's libraries are found by their exact names, so no version goes into a soname.
 # 4 KiB pages keep the libraries small on the hub.
 function(ksl_shared_library target)
