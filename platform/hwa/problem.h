@@ -4,12 +4,16 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace hwa {
 
-// The hub cannot be used; the text says why and what to do, in one sentence.
+// The text without the characters that would break a line or steer a terminal.
+std::string printable(std::string text);
+
+// The hub cannot be used; the text says why and what to do, in one sentence. It may quote what the user wrote.
 struct Unusable : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    explicit Unusable(std::string sentence) : std::runtime_error(printable(std::move(sentence))) {}
 };
 
 // Prints one line on stderr.

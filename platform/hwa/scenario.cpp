@@ -3,7 +3,6 @@
 
 #include "scenario_chip.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <set>
@@ -28,8 +27,8 @@ nlohmann::json parse_json(std::string_view text) {
     };
     try {
         return nlohmann::json::parse(text, watch);
-    } catch (const nlohmann::json::parse_error &error) {
-        // The parser's words name line and column; they follow the exception's own name in brackets.
+    } catch (const nlohmann::json::exception &error) {
+        // The words follow the name of the exception in brackets; where the syntax is wrong they name line and column.
         const std::string words = error.what();
         throw Unusable("is not valid JSON: " + words.substr(words.find(']') + 2));
     }
@@ -53,8 +52,7 @@ Scenario parse_scenario(std::string_view text) {
     Scenario scenario;
     const JsonNode name = root.required("name");
     scenario.name = name.text();
-    const auto printable = [](char letter) { return static_cast<unsigned char>(letter) >= ' ' && letter != 0x7F; };
-    if (scenario.name.empty() || !std::all_of(scenario.name.begin(), scenario.name.end(), printable))
+    if (scenario.name.empty() || printable(scenario.name) != scenario.name)
         name.refuse("must be one line of text");
 
     root.required("chips");

@@ -173,6 +173,16 @@ TEST(Scenario, SyntaxErrorsNameTheLine) {
     EXPECT_THAT(problem_of("{\"name\": \"\xFF\"}"), HasSubstr("is not valid JSON: parse error at line 1"));
 }
 
+TEST(Scenario, NumbersBeyondAllBoundsAreRefused) {
+    EXPECT_EQ(problem_of("{\"name\": \"n\", \"chips\": 2e570}"), "is not valid JSON: number overflow parsing '2e570'");
+}
+
+TEST(Scenario, ProblemsQuoteNothingThatSteersATerminal) {
+    EXPECT_EQ(problem_of(R"({"name":"n","chips":[],"\u001b[2J\n\u007F":1})"),
+              "the document has the unknown key \"?[2J??\"");
+    EXPECT_EQ(problem_of(R"({"name":"n","\n":1,"\n":2})"), "the key \"?\" stands twice in one object");
+}
+
 struct BadScenario {
     std::string text;
     std::string problem;
