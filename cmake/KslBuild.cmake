@@ -34,6 +34,14 @@ if(KSL_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(KSL_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "Fuzzers need clang: configure with the preset \"fuzz\", or with KSL_BUILD_FUZZERS=OFF.")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
 if(KSL_COVERAGE)
   # The counters' own code, for whatever links the instrumented objects.
   add_link_options(--coverage)
