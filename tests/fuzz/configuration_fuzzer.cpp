@@ -50,7 +50,10 @@ ksl_cfg_record take_record(Input &input, uint32_t vid) {
         // That of the VLAN, but for a bit that may differ.
         record.value[1] = static_cast<uint8_t>(vid >> 8);
         record.value[2] = static_cast<uint8_t>(vid);
-        record.value[input.up_to(7)] ^= input.byte();
+        {
+            const uint32_t at = input.up_to(7);
+            record.value[at] ^= input.byte();
+        }
         return record;
     default:
         record.page = input.byte();
@@ -120,7 +123,8 @@ template <class Registers>
 Registers altered(Registers registers, Input &input) {
     auto *const bytes = reinterpret_cast<uint8_t *>(registers.data());
     for (uint32_t count = input.up_to(3); count > 0; --count) {
-        bytes[input.byte() % sizeof registers] ^= input.byte();
+        const size_t at = input.byte() % sizeof registers;
+        bytes[at] ^= input.byte();
     }
     return registers;
 }

@@ -116,7 +116,9 @@ int32_t get_port_speed(Call &call) {
 }
 
 int32_t read_vlan_map(Call &call) {
-    const uint32_t vid = call.input.word() & 0x1FFF;
+    constexpr uint32_t kBounds[] = {0, 1, 4094, 4095};
+    const uint32_t choice = call.input.up_to(7);
+    const uint32_t vid = choice < std::size(kBounds) ? kBounds[choice] : call.input.word();
     call.refuse(vid == 0 || vid > 4094);
     return ksl_read_VLAN_map(call.chip, vid, call.memory_or_null(8));
 }
@@ -133,7 +135,7 @@ int32_t read_learning(Call &call) {
 
 int32_t set_threshold(Call &call) {
     const uint32_t port = call.port();
-    const uint32_t threshold = call.input.word() & 0x3FFF;
+    const uint32_t threshold = 8190 + call.input.up_to(4);
     call.refuse(threshold > 8192);
     return ksl_set_learning_threshold_at_port(call.chip, port, threshold);
 }
