@@ -59,8 +59,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     } catch (const kslcfg::Unusable &problem) {
         const std::string_view words = problem.what();
         require(words.starts_with("line "), "what cannot be used is told with its line");
-        require(std::none_of(words.begin(), words.end(), [](char c) { return (c >= '\0' && c < ' ') || c == 0x7F; }),
-                "and in one line");
+        const auto breaks = [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; };
+        require(std::none_of(words.begin(), words.end(), breaks), "and in one line");
         return 0;
     }
     check_values(expectation);

@@ -16,8 +16,8 @@ namespace {
 using namespace fuzz;
 
 bool is_line(std::string_view text) {
-    return !text.empty() &&
-           std::none_of(text.begin(), text.end(), [](char c) { return (c >= '\0' && c < ' ') || c == 0x7F; });
+    const auto breaks = [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; };
+    return !text.empty() && std::none_of(text.begin(), text.end(), breaks);
 }
 
 std::optional<hwa::Scenario> parse(std::string_view text) {

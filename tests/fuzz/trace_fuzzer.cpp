@@ -3,7 +3,6 @@
 #include "require.h"
 
 #include "ksltrace/decoder.h"
-#include "ksltrace/render_json.h"
 #include "ksltrace/render_text.h"
 
 #include <format.h>
@@ -62,9 +61,6 @@ void check_rendering(const trace_kbuf_snapshot &snapshot) {
             "a line of text for each record that no other tells, and for what is lost");
     require(std::none_of(text.begin(), text.end(), [](char letter) { return letter == '\x1b' || letter == '\0'; }),
             "nothing in the text steers a terminal");
-    const nlohmann::ordered_json json = ksltrace::render_json(trace);
-    require(json.is_array() && json.size() == trace.lines.size(), "an object for each record");
-    require(nlohmann::ordered_json::parse(json.dump()) == json, "the JSON form can be read back");
 }
 
 void check(const Bytes &bytes) {
