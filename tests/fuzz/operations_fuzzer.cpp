@@ -440,7 +440,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
         const Platform opening(input);
         ksl_init();
     }
-    if (input.flag()) {
+    if (input.byte() == 1) {
         run_all(input);
     } else {
         run_sequence(input);

@@ -93,7 +93,7 @@ int32_t get_multireg(uint8_t, ksl_reg_request *requests, uint32_t count) {
 
 int32_t getmacs(uint8_t, void *entries, uint32_t *count) {
     require(*count == 8192, "there is room for the whole table");
-    look_at(entries, size_t{*count} * sizeof(ksl_raw_arl_entry));
+    look_at(static_cast<const ksl_raw_arl_entry *>(entries) + *count - 1, sizeof(ksl_raw_arl_entry));
     const uint32_t filled = active().input.up_to(40);
     active().input.fill(static_cast<uint8_t *>(entries), filled * sizeof(ksl_raw_arl_entry));
     // It may also speak of more than it has.
