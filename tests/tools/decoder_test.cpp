@@ -188,6 +188,80 @@ TEST(Decoder, LostRecordsAreCountedWhereTheyAreMissing) {
     EXPECT_EQ(trace.lost_at_end, 2U);
 }
 
+TEST(Decoder, RecordsBeforeTheRingsTurnAreOverwrittenAndLaterOnesDamaged) {
+    Recording recording;
+    recording.capacity(4).lose(5).add(kStep).lose(2).add(kStep).lose(1); // kept: 5 to 8
+    const Trace trace = recording.decode();
+    EXPECT_EQ(trace.lines[0].lost_before, 5U);
+    EXPECT_EQ(trace.lines[0].overwritten_before, 5U);
+    EXPECT_EQ(trace.lines[1].lost_before, 2U);
+    EXPECT_EQ(trace.lines[1].overwritten_before, 0U);
+
+    Recording damaged_at_the_turn;
+    damaged_at_the_turn.capacity(4).lose(7).add(kStep).add(kStep); // 5 and 6 would be there
+    EXPECT_EQ(damaged_at_the_turn.decode().lines[0].overwritten_before, 5U);
+}
+
+TEST(Decoder, OperationsTellHowTheyEnded) {
+    Recording recording;
+    recording.add(kOuterEntry, {7})
+        .add(kInnerEntry)
+        .add(kFailure, {1})
+        .add(kInnerExit)
+        .add(kOuterExit, {0})
+        .add(kElapsed, {12})
+        .add(kOuterEntry, {8})
+        .add(kOuterExit, {0xFFFFFFFF})
+        .add(kInnerEntry)
+        .add(kFailure, {1})
+        .add(kOuterExit, {5});
+    const Trace trace = recording.decode();
+    ASSERT_EQ(trace.operations.size(), 5U);
+
+    const Operation &outer = trace.operations[0];
+    EXPECT_EQ(outer.name, "outer");
+    EXPECT_EQ(outer.entry, 0U);
+    EXPECT_EQ(outer.exit, 4U);
+    EXPECT_EQ(outer.parent, kNone);
+    EXPECT_EQ(outer.chip, 7U);
+    EXPECT_EQ(outer.result, 0);
+    EXPECT_FALSE(outer.has_failure); // that of the inner one is not its own
+    EXPECT_FALSE(outer.failed());
+
+    const Operation &inner = trace.operations[1];
+    EXPECT_EQ(inner.parent, 0U);
+    EXPECT_FALSE(inner.chip);
+    EXPECT_FALSE(inner.result);
+    EXPECT_TRUE(inner.failed());
+
+    EXPECT_EQ(trace.operations[2].result, -1);
+    EXPECT_TRUE(trace.operations[2].failed());
+
+    const Operation &unfinished = trace.operations[3];
+    EXPECT_EQ(unfinished.exit, kNone);
+    EXPECT_TRUE(unfinished.has_failure);
+    EXPECT_FALSE(unfinished.failed()); // nobody knows
+
+    const Operation &headless = trace.operations[4];
+    EXPECT_EQ(headless.entry, kNone);
+    EXPECT_EQ(headless.first_line(), 10U);
+    EXPECT_TRUE(headless.failed());
+
+    std::vector<size_t> operations;
+    for (const Line &line : trace.lines) {
+        operations.push_back(line.operation);
+    }
+    EXPECT_THAT(operations, ElementsAre(0, 1, 1, 1, 0, kNone, 2, 2, 3, 3, 4));
+}
+
+TEST(Decoder, AFailureInAnOperationThatTellsItsResultDoesNotMakeItFail) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).add(kFailure, {1}).add(kOuterExit, {0});
+    const Trace trace = recording.decode();
+    EXPECT_TRUE(trace.operations[0].has_failure);
+    EXPECT_FALSE(trace.operations[0].failed());
+}
+
 TEST(Decoder, AnUnknownIdentifierIsKeptWithoutAPoint) {
     Recording recording;
     recording.add(kOuterEntry, {0}).add(kUnknown, {1, 2}).add(kOuterExit, {0});

@@ -41,12 +41,17 @@ import tempfile
 HERE = pathlib.Path(__file__).resolve().parent
 
 VOLATILE = [
-    (r"\b\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z", "<time>"),
+    (r"(?<!\d)\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z", "<time>"),
     (r"(?m)^<time> \[\d+\]", "<time> [<writer>]"),
     (r"\b(out\d?|error|file|buffer|fourth_byte|path|records|requests|verdict|word)=0x[0-9a-f]{8}\b", r"\1=<address>"),
-    (r"\(\d+\.\d us\b", "(<us>"),
+    (r"([(,] ?)\d+\.\d (?:us|µs)", r"\1<us>"),
+    (r"\bin \d+(?:\.\d+)? (?:us|µs|ms|s)\b", "in <duration>"),
+    (r"(?: +\d+(?:\.\d+)? (?:us|ms|s)\b){4}", "  <durations>"),
+    (r" +min +median +99 % +max", "  min  median  99 %  max"),
+    (r"(\(|, )line \d+(?=[,)])", r"\1line <line>"),
+    (r"(0x[0-9a-f]{8}) line \d+\b", r"\1 line <line>"),
     (r"\brun time \d+ us\b", "run time <us>"),
-    (r"\((?:little|big)-endian, (?:32|64) bits, trace_kbuf \d+\.\d+\.\d+ [^)]+\)", "(<machine>)"),
+    (r"(?:little|big)-endian, (?:32|64) bits, trace_kbuf \d+\.\d+\.\d+ [^)\n]+", "<machine>"),
     (r'"(elapsed_us|run_time_us|line|writer)": \d+(?:\.\d+)?\b', r'"\1": <number>'),
     (r'("name": "(?:out\d?|error|file|microseconds)",\s+"value": )\d+', r"\1<number>"),
     (r"\b(kslctl|ksltrace) \d+\.\d+\.\d+\b", r"\1 <version>"),

@@ -4,6 +4,7 @@
 
 #include "ksltrace/decoder.h"
 
+#include <cstring>
 #include <gmock/gmock.h>
 #include <vector>
 
@@ -12,7 +13,7 @@ namespace hand_made {
 using namespace ksltrace;
 
 constexpr uint32_t kOuterEntry = 1, kOuterExit = 2, kInnerEntry = 3, kInnerExit = 4, kStep = 5, kFailure = 6,
-                   kElapsed = 7, kTypes = 8, kBytes = 9, kUnknown = 0xDEADBEEF;
+                   kElapsed = 7, kTypes = 8, kBytes = 9, kRegister = 10, kUnknown = 0xDEADBEEF;
 
 constexpr Row kRows[] = {
     {kOuterEntry, Kind::entry, "outer_entry", "chip", "outer"},
@@ -23,6 +24,7 @@ constexpr Row kRows[] = {
     {kFailure, Kind::failure, "a_failure", "page:hex", "it failed"},
     {kElapsed, Kind::elapsed, "elapsed", "microseconds", "run time"},
     {kTypes, Kind::step, "types", "count code:int word:hex place:address last:byte", "all types"},
+    {kRegister, Kind::failure, "register", "page:hex offset:hex", "register read failed"},
     {kBytes, Kind::step, "bytes", "b0:byte b1:byte b2:byte", "bytes"},
 };
 
@@ -65,20 +67,34 @@ public:
         return *this;
     }
 
+    // So many of the last records fit into the ring.
+    Recording &capacity(uint32_t records) {
+        capacity_ = records;
+        return *this;
+    }
+
     // Valid as long as the recording is and nothing more is added.
-    Trace decode() {
+    trace_kbuf_snapshot snapshot() {
         trace_kbuf_snapshot snapshot{};
+        snapshot.version = 1;
+        snapshot.byte_order = TRACE_KBUF_BIG_ENDIAN;
+        snapshot.word_bits = 32;
+        std::strcpy(snapshot.name, "HAND");
+        std::strcpy(snapshot.writer, "made by hand");
         snapshot.ticks_per_second = ticks_per_second_;
+        snapshot.capacity = capacity_;
         snapshot.written = next_;
         snapshot.record_count = records_.size();
         snapshot.records = records_.data();
-        return ksltrace::decode(snapshot, catalogue());
+        return snapshot;
     }
+    Trace decode() { return ksltrace::decode(snapshot(), catalogue()); }
 
 private:
     std::vector<trace_kbuf_record> records_;
     uint64_t next_ = 0;
     double ticks_per_second_ = 1e6;
+    uint32_t capacity_ = 1000;
 };
 
 } // namespace hand_made

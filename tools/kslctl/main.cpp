@@ -8,7 +8,6 @@
 #include "support/command_line.h"
 #include "support/exit_status.h"
 
-#include <cstdlib>
 #include <fmt/format.h>
 #include <ksl/ksl.h>
 
@@ -81,13 +80,6 @@ void add_options(CLI::App &app, Options &options) {
     app.add_flag("--simulate", options.simulate, "Use the simulated hub instead of the real one");
 }
 
-bool wants_emphasis(const tools::StandardOutput &out) {
-    const char *const no_color = std::getenv("NO_COLOR");
-    const char *const terminal = std::getenv("TERM");
-    return out.is_terminal() && (no_color == nullptr || no_color[0] == '\0') &&
-           (terminal == nullptr || std::string_view(terminal) != "dumb");
-}
-
 Json hub_json(const Library &library) {
     const auto text_or_null = [](const std::optional<std::string> &text) { return text ? Json(*text) : Json(nullptr); };
     return {{"library", text_or_null(library.lower_library())},
@@ -120,7 +112,7 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     if (library.problem()) {
         report.fail(*library.problem());
     } else {
-        const Style style(wants_emphasis(out));
+        const Style style(out.wants_emphasis());
         Context context{options, library, style, report};
         result = commands.run(context);
     }

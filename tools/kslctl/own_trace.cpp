@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/own_trace.h"
 
+#include <algorithm>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -35,7 +36,9 @@ ksltrace::Trace lines_of(const ksltrace::Trace &all, uint32_t writer, uint64_t s
         // What was lost before the first of others' records was not this writer's.
         const bool begins_behind_others = own.lines.empty() && i > 0;
         own.lines.push_back(line);
-        own.lines.back().lost_before = begins_behind_others ? 0 : lost;
+        ksltrace::Line &added = own.lines.back();
+        added.lost_before = begins_behind_others ? 0 : lost;
+        added.overwritten_before = std::min(added.overwritten_before, added.lost_before);
         lost = 0;
     }
     own.lost_at_end = lost + all.lost_at_end;

@@ -1,48 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// Text for people: aligned columns, with emphasis on a terminal only.
+// Tables, by their short names.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include "support/table.h"
 
 namespace kslctl {
 
-// What stands where a value could not be read, and where there is none.
-inline constexpr std::string_view kNotRead = "?";
-inline constexpr std::string_view kNothing = "-";
-
-class Style {
-public:
-    explicit Style(bool emphasis) : emphasis_(emphasis) {}
-
-    std::string heading(std::string_view text) const;
-    // A value; the mark of one that could not be read stands out.
-    std::string value(std::string_view text) const;
-
-private:
-    bool emphasis_;
-};
-
-enum class Align { left, right };
-
-struct Column {
-    std::string heading;
-    Align align;
-};
-
-class Table {
-public:
-    explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
-
-    void add_row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-
-    // Columns two blanks apart, no blanks at the end of a line.
-    std::string render(const Style &style) const;
-
-private:
-    std::vector<Column> columns_;
-    std::vector<std::vector<std::string>> rows_;
-};
+using tools::Align;
+using tools::Column;
+using tools::kNothing;
+using tools::kNotRead;
+using tools::Style;
+using tools::Table;
 
 } // namespace kslctl

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/catalogue.h"
 
-#include <optional>
+#include <algorithm>
 #include <stdexcept>
-#include <string>
 
 namespace ksltrace {
 
@@ -16,20 +15,38 @@ constexpr Row kRows[] = {
 #undef KSL_TRACE_POINT
 };
 
-constexpr std::optional<ValueType> type_of(std::string_view word) {
-    constexpr struct {
-        std::string_view word;
-        ValueType type;
-    } kTypes[] = {
-        {"", ValueType::decimal},        {"int", ValueType::signed_int}, {"hex", ValueType::hex},
-        {"address", ValueType::address}, {"byte", ValueType::byte},
-    };
-    for (const auto &row : kTypes) {
+template <class Meaning>
+struct Word {
+    std::string_view word;
+    Meaning meaning;
+};
+
+constexpr Word<Kind> kKinds[] = {{"entry", Kind::entry},
+                                 {"exit", Kind::exit},
+                                 {"failure", Kind::failure},
+                                 {"step", Kind::step},
+                                 {"elapsed", Kind::elapsed}};
+
+constexpr Word<ValueType> kTypes[] = {{"decimal", ValueType::decimal},
+                                      {"int", ValueType::signed_int},
+                                      {"hex", ValueType::hex},
+                                      {"address", ValueType::address},
+                                      {"byte", ValueType::byte}};
+
+template <class Meaning, size_t count>
+constexpr std::optional<Meaning> meaning_of(std::string_view word, const Word<Meaning> (&words)[count]) {
+    for (const Word<Meaning> &row : words) {
         if (row.word == word) {
-            return row.type;
+            return row.meaning;
         }
     }
     return std::nullopt;
+}
+
+template <class Meaning, size_t count>
+std::string_view word_for(Meaning meaning, const Word<Meaning> (&words)[count]) {
+    return std::find_if(std::begin(words), std::end(words), [&](const auto &row) { return row.meaning == meaning; })
+        ->word;
 }
 
 // Hands each "name:type" of a row's values to `take` as a name and a type (if there is such a type).
@@ -41,7 +58,8 @@ constexpr void for_each_value(std::string_view values, Take take) {
         values.remove_prefix(values.empty() ? 0 : 1);
         const size_t colon = word.find(':');
         if (!word.empty()) {
-            take(word.substr(0, colon), type_of(colon == word.npos ? "" : word.substr(colon + 1)));
+            const std::string_view type = colon == word.npos ? "decimal" : word.substr(colon + 1);
+            take(word.substr(0, colon), meaning_of(type, kTypes));
         }
     }
 }
@@ -66,12 +84,18 @@ consteval bool identifiers_are_unique() {
     return true;
 }
 
+// From here on identifiers are left to callers.
+consteval bool identifiers_are_the_librarys() {
+    return std::all_of(std::begin(kRows), std::end(kRows), [](const Row &row) { return row.identifier < 0x80000000; });
+}
+
+static_assert(identifiers_are_the_librarys(), "a trace point has an identifier that belongs to callers");
 static_assert(types_are_known(), "a trace point's value has a type that no reader can show");
 static_assert(identifiers_are_unique(), "two trace points have one identifier");
 
 } // namespace
 
-Catalogue::Catalogue(std::span<const Row> rows) {
+void Catalogue::add(std::span<const Row> rows) {
     for (const Row &row : rows) {
         Point point{row.identifier, row.kind, row.name, row.text, {}};
         for_each_value(row.values, [&](std::string_view name, std::optional<ValueType> type) {
@@ -80,13 +104,43 @@ Catalogue::Catalogue(std::span<const Row> rows) {
             }
             point.values.push_back({name, *type});
         });
-        points_.emplace(row.identifier, std::move(point));
+        add(std::move(point));
     }
 }
 
 const Point *Catalogue::find(uint32_t identifier) const {
     const auto found = points_.find(identifier);
     return found == points_.end() ? nullptr : &found->second;
+}
+
+std::vector<const Point *> Catalogue::sorted() const {
+    std::vector<const Point *> points;
+    for (const auto &[identifier, point] : points_) {
+        points.push_back(&point);
+    }
+    std::sort(points.begin(), points.end(),
+              [](const Point *a, const Point *b) { return a->identifier < b->identifier; });
+    return points;
+}
+
+std::string_view word_of(Kind kind) {
+    return word_for(kind, kKinds);
+}
+
+std::string_view word_of(ValueType type) {
+    return word_for(type, kTypes);
+}
+
+std::optional<Kind> kind_of(std::string_view word) {
+    return meaning_of(word, kKinds);
+}
+
+std::optional<ValueType> type_of(std::string_view word) {
+    return meaning_of(word, kTypes);
+}
+
+std::span<const Row> library_rows() {
+    return kRows;
 }
 
 const Catalogue &library_catalogue() {

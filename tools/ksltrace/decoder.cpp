@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/decoder.h"
 
+#include <algorithm>
 #include <map>
 
 namespace ksltrace {
 
 namespace {
-
-constexpr size_t kNone = SIZE_MAX;
 
 bool is_kind(const Line &line, Kind kind) {
     return line.point != nullptr && line.point->kind == kind;
@@ -28,11 +27,15 @@ public:
 private:
     // Finds each record's trace point, and the gaps between the records.
     void identify(const trace_kbuf_snapshot &snapshot, const Catalogue &catalogue) {
+        const uint64_t oldest_kept = snapshot.written - std::min<uint64_t>(snapshot.written, snapshot.capacity);
         uint64_t expected = 0;
         for (size_t i = 0; i < trace_.lines.size(); ++i) {
             Line &line = trace_.lines[i];
             line.record = &snapshot.records[i];
             line.lost_before = line.record->sequence > expected ? line.record->sequence - expected : 0;
+            if (line.lost_before > 0 && expected < oldest_kept) {
+                line.overwritten_before = std::min(line.record->sequence, oldest_kept) - expected;
+            }
             expected = line.record->sequence + 1;
 
             line.point = catalogue.find(line.record->identifier);
@@ -80,8 +83,8 @@ private:
     }
 
     struct Writer {
-        unsigned depth = 0;
-        bool behind_lone_entry = false;
+        std::vector<size_t> open;  // operations whose exit is still to come
+        size_t lone_entry = kNone; // the operation of an entry without exit, as long as its steps follow
         Line *last = nullptr;
     };
 
@@ -91,25 +94,70 @@ private:
             Line &line = trace_.lines[i];
             Writer &writer = writers[line.record->writer];
             if (is_kind(line, Kind::entry)) {
-                line.depth = writer.depth;
-                writer.behind_lone_entry = partners_[i] == kNone;
-                writer.depth += writer.behind_lone_entry ? 0 : 1;
+                enter(i, writer);
             } else if (is_kind(line, Kind::exit)) {
-                writer.behind_lone_entry = false;
-                if (partners_[i] != kNone) {
-                    --writer.depth;
-                    line.elapsed_us = microseconds_between(trace_.lines[partners_[i]], line);
-                }
-                line.depth = writer.depth;
+                leave(i, writer);
             } else {
-                line.depth = writer.depth + (writer.behind_lone_entry ? 1 : 0);
-                // The run time is the first record behind its operation's exit.
-                if (is_kind(line, Kind::elapsed) && writer.last != nullptr && is_kind(*writer.last, Kind::exit)) {
-                    writer.last->run_time_us = line.record->values[0];
-                    line.told_by_exit = true;
-                }
+                stay(line, writer);
             }
             writer.last = &line;
+        }
+    }
+
+    size_t begin_operation(const Line &line, const Writer &writer) {
+        Operation operation;
+        operation.name = line.point->text;
+        operation.parent = writer.open.empty() ? kNone : writer.open.back();
+        trace_.operations.push_back(operation);
+        return trace_.operations.size() - 1;
+    }
+
+    void enter(size_t index, Writer &writer) {
+        Line &line = trace_.lines[index];
+        line.depth = static_cast<unsigned>(writer.open.size());
+        line.operation = begin_operation(line, writer);
+        trace_.operations[line.operation].entry = index;
+        trace_.operations[line.operation].chip = value_of(line, "chip", ValueType::decimal);
+        const bool is_lone = partners_[index] == kNone;
+        writer.lone_entry = is_lone ? line.operation : kNone;
+        if (!is_lone) {
+            writer.open.push_back(line.operation);
+        }
+    }
+
+    void leave(size_t index, Writer &writer) {
+        Line &line = trace_.lines[index];
+        writer.lone_entry = kNone;
+        if (partners_[index] != kNone) {
+            line.operation = writer.open.back();
+            writer.open.pop_back();
+            line.elapsed_us = microseconds_between(trace_.lines[partners_[index]], line);
+        } else {
+            line.operation = begin_operation(line, writer);
+        }
+        line.depth = static_cast<unsigned>(writer.open.size());
+        Operation &operation = trace_.operations[line.operation];
+        operation.exit = index;
+        if (const std::optional<uint32_t> result = value_of(line, "result", ValueType::signed_int)) {
+            operation.result = static_cast<int32_t>(*result);
+        }
+    }
+
+    void stay(Line &line, Writer &writer) {
+        const bool is_behind_lone = writer.lone_entry != kNone;
+        line.depth = static_cast<unsigned>(writer.open.size()) + (is_behind_lone ? 1 : 0);
+        if (is_behind_lone) {
+            line.operation = writer.lone_entry;
+        } else if (!writer.open.empty()) {
+            line.operation = writer.open.back();
+        }
+        if (is_kind(line, Kind::failure) && line.operation != kNone) {
+            trace_.operations[line.operation].has_failure = true;
+        }
+        // The run time is the first record behind its operation's exit.
+        if (is_kind(line, Kind::elapsed) && writer.last != nullptr && is_kind(*writer.last, Kind::exit)) {
+            writer.last->run_time_us = line.record->values[0];
+            line.told_by_exit = true;
         }
     }
 
@@ -128,6 +176,17 @@ private:
 };
 
 } // namespace
+
+std::optional<uint32_t> value_of(const Line &line, std::string_view name, ValueType type) {
+    if (line.point != nullptr) {
+        for (size_t i = 0; i < line.point->values.size(); ++i) {
+            if (line.point->values[i].name == name && line.point->values[i].type == type) {
+                return line.record->values[i];
+            }
+        }
+    }
+    return std::nullopt;
+}
 
 Trace decode(const trace_kbuf_snapshot &snapshot, const Catalogue &catalogue) {
     return Decoder(snapshot, catalogue).take();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// From records to lines: which trace point a record is of, in which operation it was written, how long that took.
+// From records to lines and operations: which trace point a record is of, in which operation it was written, how
+// that ended and how long it took.
 #pragma once
 
 #include "ksltrace/catalogue.h"
@@ -17,12 +18,16 @@ enum class Lone {
     no_entry,   // an exit: the record of its entry is lost
 };
 
+inline constexpr size_t kNone = SIZE_MAX;
+
 struct Line {
     const trace_kbuf_record *record = nullptr;
-    const Point *point = nullptr; // null: in no table, or the number of values is another than the table's
-    bool values_differ = false;   // the latter
-    unsigned depth = 0;           // number of operations around it
-    uint64_t lost_before = 0;     // records that are missing directly before it
+    const Point *point = nullptr;    // null: in no table, or the number of values is another than the table's
+    bool values_differ = false;      // the latter
+    unsigned depth = 0;              // number of operations around it
+    size_t operation = kNone;        // index of the operation that it begins, ends or was written in
+    uint64_t lost_before = 0;        // records that are missing directly before it
+    uint64_t overwritten_before = 0; // of these: the ring had turned; the others are damaged or were never finished
     Lone lone = Lone::no;
 
     // Of an exit:
@@ -32,9 +37,24 @@ struct Line {
     bool told_by_exit = false;
 };
 
+struct Operation {
+    std::string_view name;
+    size_t entry = kNone;  // index of its line; none: lost
+    size_t exit = kNone;   // the same
+    size_t parent = kNone; // index of the operation around it
+    std::optional<uint32_t> chip;
+    std::optional<int32_t> result; // as its exit tells it; not every exit does
+    bool has_failure = false;      // a failure was recorded, not counting the operations inside
+
+    size_t first_line() const { return entry != kNone ? entry : exit; }
+    // Where the result is not told, a recorded failure tells.
+    bool failed() const { return result ? *result != 0 : has_failure && exit != kNone; }
+};
+
 struct Trace {
-    std::vector<Line> lines;  // one for each record, in order
-    uint64_t lost_at_end = 0; // records behind the last line that could not be read
+    std::vector<Line> lines;           // one for each record, in order
+    std::vector<Operation> operations; // in the order of their first lines
+    uint64_t lost_at_end = 0;          // records behind the last line that could not be read
 };
 
 // Operations are nested for each writer by itself. The lines refer to the snapshot's records.
@@ -42,5 +62,8 @@ struct Trace {
 // An operation that refuses an argument leaves without an exit record, and operations may run inside others. So an
 // entry encloses what follows when its exit is found; an entry without one encloses only the steps directly behind it.
 Trace decode(const trace_kbuf_snapshot &snapshot, const Catalogue &catalogue);
+
+// The value of that name and type; none when the record has no such value.
+std::optional<uint32_t> value_of(const Line &line, std::string_view name, ValueType type);
 
 } // namespace ksltrace

@@ -1,45 +1,170 @@
 // SPDX-License-Identifier: Apache-2.0
 // ksltrace: shows what the library recorded.
-#include "ksltrace/show.h"
+#include "ksltrace/catalogue_file.h"
+#include "ksltrace/commands.h"
+#include "ksltrace/help.h"
 #include "support/command_line.h"
 #include "support/exit_status.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <exception>
+#include <fmt/format.h>
+
+namespace ksltrace {
 
 namespace {
 
-constexpr char kDescription[] = "Shows the trace records of the switch library libksl.so.";
+constexpr size_t kFollowedAtFirst = 10;
 
-constexpr char kHelp[] = R"(How a trace is kept:
-  A program that runs with TRACE_KBUF_DIR=folder keeps its trace buffers as files of that folder. They can be
-  read while it runs, after it has ended in whatever way, and on another machine of either byte order.
-  libksl.so's buffer is named XKSL.
+struct Options {
+    Request request;
+    std::vector<std::string> catalogues;
+    std::string since;
+    std::optional<std::string> list_folder;
+    ShowOptions show;
+    bool stats_json = false;
+    bool export_json = false;
+    bool export_perfetto = false;
+    std::string export_folder;
+};
 
-Examples:
-  TRACE_KBUF_DIR=/var/tmp/traces ksltrace show XKSL
-  ksltrace show /var/tmp/traces/XKSL.kbuf
-  ssh hub cat /var/tmp/traces/XKSL.kbuf | ksltrace show -
+// What is wrong with a command line, as one sentence.
+class UsageError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
-Environment:
-  TRACE_KBUF_DIR   the folder in which buffers are looked up by their names
+void add_source(CLI::App &command, Options &options) {
+    command
+        .add_option("FILE-or-NAME", options.request.source,
+                    "A file, - for the standard input, or a buffer's name in TRACE_KBUF_DIR")
+        ->required();
+}
 
-Exit status:
-  0  done
-  2  the command line is wrong
-  3  the trace cannot be read, or only in part: what can be read is shown, the problem is on stderr)";
+void add_selection(CLI::App &command, Options &options) {
+    Selection &selection = options.request.selection;
+    command.add_option("--operation", selection.operations, "Only operations of that name; * and ? stand for letters")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    command.add_flag("--failed", selection.failed, "Only what failed, or did not come to its exit");
+    command.add_option("--chip", selection.chips, "Only operations on that chip; several as a list (0,1)")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->delimiter(',')
+        ->check(CLI::Range(0U, UINT32_MAX).description(""));
+    command
+        .add_option("--since", options.since,
+                    "Only what began then (2024-05-06T07:08:09Z) or that long ago (90s, 10m, 2h, 3d)")
+        ->type_name("TIME");
+    command.add_option("--last", selection.last, "Only the last N operations of these, and what came after")
+        ->type_name("N")
+        ->check(CLI::Range(1U, UINT32_MAX).description(""));
+}
 
-constexpr char kShowHelp[] =
-    R"(The first line tells the buffer, the records shown of those written, and who wrote them. Then each record is a line:
-  time       UTC, ISO 8601, microseconds
-  [writer]   the thread that wrote it, if several did
-  mark       > entry of an operation, < its exit, - a step, ! a failure, ? a record that no table knows
-  text       the operation or what happened, then the record's values; bytes and 0x... are hexadecimal
-What happens between an operation's entry and exit is indented. The exit's line ends with the time since the entry
-and, where the library measured it, its run time. Other notes in parentheses:
-  left early   the operation refused an argument and wrote no exit
-  no exit      the operation was left early, or has not come to its end
-  entry lost   the operation's entry was overwritten
-Records that are missing (overwritten in the ring, or in the making) are told in their place: "-- 3 records lost --".)";
+struct Commands {
+    CLI::App *list;
+    CLI::App *show;
+    CLI::App *follow;
+    CLI::App *stats;
+    CLI::App *export_trace;
+    CLI::App *catalogue;
+};
+
+Commands add_commands(CLI::App &app, Options &options) {
+    const auto add = [&](const char *name, const char *description, const char *help) {
+        CLI::App *const command = app.add_subcommand(name, description);
+        command->footer(help);
+        return command;
+    };
+    const Commands commands{
+        add("list", "The trace buffers of a folder", kListHelp),
+        add("show", "A trace as text", kShowHelp),
+        add("follow", "The same while it is being written", kFollowHelp),
+        add("stats", "How often operations ran and failed, and how long they took", kStatsHelp),
+        add("export", "A trace for other programs", kExportHelp),
+        add("catalogue", "The trace points that are known, as a file for --catalogue", kCatalogueHelp)};
+    commands.list->add_option("FOLDER", options.list_folder, "Default: TRACE_KBUF_DIR");
+    for (CLI::App *const command : {commands.show, commands.follow, commands.stats, commands.export_trace}) {
+        add_source(*command, options);
+        add_selection(*command, options);
+    }
+    for (CLI::App *const command : {commands.show, commands.follow}) {
+        command->add_flag("--verbose", options.show.verbose, "Each record, with the source line that wrote it");
+    }
+    commands.show->add_flag("--no-pager", options.show.no_pager, "Never through a pager, also on a terminal");
+    commands.stats->add_flag("--json", options.stats_json, "One JSON document (docs/ksltrace.md)");
+    CLI::Option_group *const format = commands.export_trace->add_option_group("Format", "One of these:");
+    format->add_flag("--json", options.export_json, "A JSON object a line for each record (docs/ksltrace.md)");
+    format->add_flag("--perfetto", options.export_perfetto, "Trace-event JSON, for viewers that draw time lines");
+    format->add_option("--ctf", options.export_folder, "A Common Trace Format folder, which is made")
+        ->type_name("FOLDER");
+    format->require_option(1);
+    return commands;
+}
+
+void complete(Options &options) {
+    for (const std::string &file : options.catalogues) {
+        add_catalogue_file(file, options.request.catalogue);
+    }
+    // What a file says of an identifier goes before what this library's own tables say.
+    options.request.catalogue.add(library_rows());
+
+    Selection &selection = options.request.selection;
+    for (const std::string &pattern : selection.operations) {
+        if (!knows_operation(options.request.catalogue, pattern)) {
+            throw UsageError(fmt::format("no operation \"{}\" is in the catalogue", pattern));
+        }
+    }
+    if (!options.since.empty()) {
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        selection.since_ns = parse_since(
+            options.since, static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count()));
+        if (!selection.since_ns) {
+            throw UsageError(fmt::format(
+                "--since \"{}\" is no time such as 2024-05-06T07:08:09Z, and no age such as 90s, 10m, 2h or 3d",
+                options.since));
+        }
+    }
+}
+
+std::string folder_to_list(const Options &options) {
+    if (options.list_folder) {
+        return *options.list_folder;
+    }
+    const char *const folder = std::getenv("TRACE_KBUF_DIR");
+    if (folder == nullptr || folder[0] == '\0') {
+        throw UsageError("name the folder, or set TRACE_KBUF_DIR to it");
+    }
+    return folder;
+}
+
+int execute(const Commands &commands, Options &options, tools::StandardOutput &out) {
+    complete(options);
+    if (commands.list->parsed()) {
+        return list(folder_to_list(options), out);
+    }
+    if (commands.show->parsed()) {
+        return show(options.request, options.show, out);
+    }
+    if (commands.follow->parsed()) {
+        if (options.request.source == "-") {
+            throw UsageError("the standard input cannot be followed; name a file or a buffer");
+        }
+        options.request.selection.last = options.request.selection.last.value_or(kFollowedAtFirst);
+        return follow(std::move(options.request), options.show.verbose, out);
+    }
+    if (commands.stats->parsed()) {
+        return stats(options.request, options.stats_json, out);
+    }
+    if (commands.export_trace->parsed()) {
+        const Format format = options.export_json       ? Format::json
+                              : options.export_perfetto ? Format::perfetto
+                                                        : Format::ctf;
+        return export_trace(options.request, format, options.export_folder, out);
+    }
+    out.write(render_catalogue(options.request.catalogue));
+    return out.failed() ? tools::kFailed : tools::kDone;
+}
 
 int run(int argc, char **argv) {
     tools::StandardOutput out("ksltrace");
@@ -47,24 +172,32 @@ int run(int argc, char **argv) {
     app.footer(kHelp);
     app.set_version_flag("--version", "ksltrace " KSL_VERSION);
     app.require_subcommand(1);
+    app.fallthrough();
 
-    std::string source;
-    CLI::App *const show = app.add_subcommand("show", "Show a trace as text");
-    show->add_option("FILE-or-NAME", source, "A file, - for the standard input, or a buffer's name in TRACE_KBUF_DIR")
-        ->required();
-    show->footer(kShowHelp);
-
+    Options options;
+    app.add_option("--catalogue", options.catalogues,
+                   "Trace points of another program or version, from a file; may be repeated")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    const Commands commands = add_commands(app, options);
     if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, out)) {
         return *status;
     }
-    return ksltrace::show(source, out);
+    try {
+        return execute(commands, options, out);
+    } catch (const UsageError &error) {
+        tools::complain_about_usage("ksltrace", error.what());
+        return tools::kUsage;
+    }
 }
 
 } // namespace
 
+} // namespace ksltrace
+
 int main(int argc, char **argv) {
     try {
-        return run(argc, argv);
+        return ksltrace::run(argc, argv);
     } catch (const std::exception &error) {
         tools::complain("ksltrace", error.what());
         return tools::kFailed;

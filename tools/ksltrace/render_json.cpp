@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/render_json.h"
 
-#include "ksltrace/render_text.h"
+#include "ksltrace/values.h"
 
 #include <cmath>
 #include <fmt/format.h>
@@ -11,25 +11,6 @@ namespace ksltrace {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-const char *kind_of(const Line &line) {
-    if (line.point == nullptr) {
-        return "unknown";
-    }
-    switch (line.point->kind) {
-    case Kind::entry:
-        return "entry";
-    case Kind::exit:
-        return "exit";
-    case Kind::failure:
-        return "failure";
-    case Kind::step:
-        return "step";
-    case Kind::elapsed:
-        break;
-    }
-    return "elapsed";
-}
 
 Json note_of(Lone lone) {
     switch (lone) {
@@ -61,8 +42,34 @@ Json values_of(const Line &line) {
 }
 
 // To the nanosecond; more digits are noise.
-Json rounded(double microseconds) {
+double rounded(double microseconds) {
     return std::round(microseconds * 1000) / 1000;
+}
+
+Json times_json(const std::optional<Times> &times) {
+    if (!times) {
+        return nullptr;
+    }
+    return {{"min", rounded(times->least)},
+            {"median", rounded(times->median)},
+            {"p99", rounded(times->p99)},
+            {"max", rounded(times->most)}};
+}
+
+std::string text_of(const Json &json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+Json buffer_json(const trace_kbuf_snapshot &snapshot) {
+    return {{"name", snapshot.name},
+            {"writer", snapshot.writer},
+            {"byte_order", snapshot.byte_order == TRACE_KBUF_BIG_ENDIAN ? "big" : "little"},
+            {"word_bits", snapshot.word_bits},
+            {"capacity", snapshot.capacity},
+            {"written", snapshot.written},
+            {"overwritten", snapshot.overwritten},
+            {"incomplete", snapshot.incomplete},
+            {"problem", snapshot.status == TRACE_KBUF_WHOLE ? Json(nullptr) : Json(snapshot.problem)}};
 }
 
 Json render_line(const Line &line) {
@@ -70,17 +77,20 @@ Json render_line(const Line &line) {
     Json json;
     json["sequence"] = record.sequence;
     json["lost_before"] = line.lost_before;
+    json["overwritten_before"] = line.overwritten_before;
     json["time"] = render_time(record.time_ns);
     json["writer"] = record.writer;
     json["depth"] = line.depth;
     json["identifier"] = fmt::format("0x{:08x}", record.identifier);
     json["line"] = record.line;
-    json["kind"] = kind_of(line);
+    json["kind"] = line.point == nullptr ? "unknown" : word_of(line.point->kind);
     json["point"] = line.point == nullptr ? Json(nullptr) : Json(line.point->name);
     json["text"] = line.point == nullptr ? Json(nullptr) : Json(line.point->text);
     json["values"] = values_of(line);
+    const std::string name = register_of(line);
+    json["register"] = name.empty() ? Json(nullptr) : Json(name);
     json["note"] = note_of(line.lone);
-    json["elapsed_us"] = line.elapsed_us ? rounded(*line.elapsed_us) : Json(nullptr);
+    json["elapsed_us"] = line.elapsed_us ? Json(rounded(*line.elapsed_us)) : Json(nullptr);
     json["run_time_us"] = line.run_time_us ? Json(*line.run_time_us) : Json(nullptr);
     return json;
 }
@@ -93,6 +103,34 @@ Json render_json(const Trace &trace) {
         lines.push_back(render_line(line));
     }
     return lines;
+}
+
+std::string render_json_lines(const trace_kbuf_snapshot &snapshot, const Trace &trace,
+                              const std::vector<bool> &wanted) {
+    std::string text =
+        text_of({{"schema", "ksl.trace/1"}, {"buffer", buffer_json(snapshot)}, {"lost_at_end", trace.lost_at_end}});
+    for (size_t i = 0; i < trace.lines.size(); ++i) {
+        text += wanted[i] ? text_of(render_line(trace.lines[i])) : "";
+    }
+    return text;
+}
+
+std::string render_json(const trace_kbuf_snapshot &snapshot, const std::vector<OperationStatistics> &statistics) {
+    Json operations = Json::array();
+    for (const OperationStatistics &row : statistics) {
+        Json codes = Json::array();
+        for (const auto &[code, count] : row.codes) {
+            codes.push_back({{"code", code}, {"count", count}});
+        }
+        operations.push_back({{"operation", row.name},
+                              {"count", row.count},
+                              {"failed", row.failed},
+                              {"no_exit", row.no_exit},
+                              {"codes", codes},
+                              {"elapsed_us", times_json(row.elapsed_us)},
+                              {"run_time_us", times_json(row.run_time_us)}});
+    }
+    return text_of({{"schema", "ksl.trace-stats/1"}, {"buffer", buffer_json(snapshot)}, {"operations", operations}});
 }
 
 } // namespace ksltrace

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/render_text.h"
 
+#include "ksltrace/values.h"
+
 #include <algorithm>
-#include <chrono>
 #include <fmt/format.h>
 #include <iterator>
 
@@ -10,9 +11,12 @@ namespace ksltrace {
 
 namespace {
 
-using Text = std::back_insert_iterator<std::string>;
-
 constexpr unsigned kIndent = 2;
+
+constexpr std::string_view kDim = "\x1b[2m";
+constexpr std::string_view kBold = "\x1b[1m";
+constexpr std::string_view kRed = "\x1b[31m";
+constexpr std::string_view kPlain = "\x1b[0m";
 
 char mark_of(const Line &line) {
     if (line.point == nullptr) {
@@ -32,67 +36,54 @@ char mark_of(const Line &line) {
     return '-';
 }
 
-std::string shown(ValueType type, uint32_t value) {
-    switch (type) {
-    case ValueType::signed_int:
-        return fmt::format("{}", static_cast<int32_t>(value));
-    case ValueType::hex:
-        return fmt::format("0x{:02x}", value);
-    case ValueType::address:
-        return fmt::format("0x{:08x}", value);
-    case ValueType::byte:
-        return fmt::format("{:02x}", value);
-    case ValueType::decimal:
-        break;
-    }
-    return fmt::format("{}", value);
-}
-
-void render_values(Text text, const Line &line) {
+std::string values_of(const Line &line) {
+    std::string text;
     const std::vector<Value> &values = line.point->values;
     // A row of bytes reads better without their names.
     const bool bytes_only =
         std::all_of(values.begin(), values.end(), [](const Value &value) { return value.type == ValueType::byte; });
     for (size_t i = 0; i < values.size(); ++i) {
-        const std::string value = shown(values[i].type, line.record->values[i]);
-        bytes_only ? fmt::format_to(text, " {}", value) : fmt::format_to(text, " {}={}", values[i].name, value);
+        const std::string value = render_value(values[i].type, line.record->values[i]);
+        text += bytes_only ? fmt::format(" {}", value) : fmt::format(" {}={}", values[i].name, value);
     }
+    return text;
 }
 
-void render_plain_numbers(Text text, const Line &line) {
+// Without addresses, which tell nobody anything in an overview, and without the result, which has a place of its own.
+std::string main_values_of(const Line &line) {
+    std::string text;
+    for (size_t i = 0; i < line.point->values.size(); ++i) {
+        const Value &value = line.point->values[i];
+        if (value.type != ValueType::address && value.name != "result") {
+            text += fmt::format(" {}={}", value.name, render_value(value.type, line.record->values[i]));
+        }
+    }
+    return text;
+}
+
+std::string plain_numbers_of(const Line &line) {
     const trace_kbuf_record &record = *line.record;
-    fmt::format_to(text, "0x{:08x} line {}{}", record.identifier, record.line, record.value_count > 0 ? ":" : "");
+    std::string text =
+        fmt::format("0x{:08x} line {}{}", record.identifier, record.line, record.value_count > 0 ? ":" : "");
     for (uint32_t i = 0; i < record.value_count; ++i) {
-        fmt::format_to(text, " 0x{:08x}", record.values[i]);
+        text += fmt::format(" 0x{:08x}", record.values[i]);
     }
-    fmt::format_to(text, " ({})", line.values_differ ? "another number of values than in the table" : "in no table");
+    return text +
+           fmt::format(" ({})", line.values_differ ? "another number of values than in the table" : "in no table");
 }
 
-// What is to be said of an entry or exit beside its values, in parentheses.
-void render_notes(Text text, const Line &line) {
-    std::vector<std::string> notes;
-    switch (line.lone) {
+std::string_view note_of(Lone lone) {
+    switch (lone) {
     case Lone::left_early:
-        notes.push_back("left early");
-        break;
+        return "left early";
     case Lone::no_exit:
-        notes.push_back("no exit");
-        break;
+        return "no exit";
     case Lone::no_entry:
-        notes.push_back("entry lost");
-        break;
+        return "entry lost";
     case Lone::no:
         break;
     }
-    if (line.elapsed_us) {
-        notes.push_back(fmt::format("{:.1f} us", *line.elapsed_us));
-    }
-    if (line.run_time_us) {
-        notes.push_back(fmt::format("run time {} us", *line.run_time_us));
-    }
-    if (!notes.empty()) {
-        fmt::format_to(text, " ({})", fmt::join(notes, ", "));
-    }
+    return {};
 }
 
 bool has_several_writers(const Trace &trace) {
@@ -104,48 +95,175 @@ const char *records(uint64_t count) {
     return count == 1 ? "record" : "records";
 }
 
+class Renderer {
+public:
+    Renderer(const Trace &trace, const TextStyle &style, const TextPart &part)
+        : trace_(trace), style_(style), part_(part), name_writers_(has_several_writers(trace)) {}
+
+    std::string render() {
+        const size_t end = std::min(part_.end, trace_.lines.size());
+        for (size_t i = part_.begin; i < end; ++i) {
+            const Line &line = trace_.lines[i];
+            overwritten_ += std::min(line.overwritten_before, line.lost_before);
+            unreadable_ += line.lost_before - std::min(line.overwritten_before, line.lost_before);
+            if (part_.wanted == nullptr || (*part_.wanted)[i]) {
+                style_.summary ? add_summary(line) : add_record(line);
+            }
+        }
+        if (end == trace_.lines.size()) {
+            unreadable_ += trace_.lost_at_end;
+        }
+        add_gap();
+        return std::move(text_);
+    }
+
+private:
+    // What is missing is told once, before the next line shown.
+    void add_gap() {
+        if (overwritten_ > 0) {
+            text_ += fmt::format("-- {} {} overwritten --\n", overwritten_, records(overwritten_));
+        }
+        if (unreadable_ > 0) {
+            text_ += fmt::format("-- {} {} damaged or not finished --\n", unreadable_, records(unreadable_));
+        }
+        overwritten_ = unreadable_ = 0;
+    }
+
+    void add_record(const Line &line) {
+        if (line.told_by_exit) {
+            return;
+        }
+        begin_line(line);
+        text_ += fmt::format("{} ", mark_of(line));
+        if (line.point == nullptr) {
+            text_ += plain_numbers_of(line);
+        } else {
+            text_ += emphasised(line, line.point->text) + values_of(line);
+        }
+        std::vector<std::string> notes;
+        if (style_.source_lines && line.point != nullptr) {
+            notes.push_back(fmt::format("line {}", line.record->line));
+        }
+        if (line.elapsed_us) {
+            notes.push_back(fmt::format("{:.1f} {}", *line.elapsed_us, micro()));
+        }
+        end_line(line, std::move(notes));
+    }
+
+    void add_summary(const Line &line) {
+        if (line.point == nullptr) {
+            add_record(line);
+            return;
+        }
+        const bool is_told = part_.told_open != nullptr && line.point->kind == Kind::exit && line.lone == Lone::no &&
+                             part_.told_open->contains(entry_of(line).record->sequence);
+        switch (line.point->kind) {
+        case Kind::entry:
+            add_operation(line);
+            break;
+        case Kind::exit:
+            if (line.lone != Lone::no || is_told) {
+                add_lone_exit(line);
+            }
+            break;
+        case Kind::failure:
+            add_record(line);
+            break;
+        case Kind::step:
+        case Kind::elapsed:
+            if (line.operation == kNone && !line.told_by_exit) {
+                add_record(line);
+            }
+            break;
+        }
+    }
+
+    void add_operation(const Line &entry) {
+        const Operation &operation = trace_.operations[entry.operation];
+        begin_line(entry);
+        text_ += emphasised(entry, entry.point->text) + main_values_of(entry);
+        if (const std::string name = register_of(entry); !name.empty()) {
+            text_ += fmt::format(" ({})", name);
+        }
+        if (operation.exit == kNone) {
+            text_ += fmt::format(" {} {}\n", arrow(), note_of(entry.lone));
+            return;
+        }
+        add_outcome(trace_.lines[operation.exit], operation);
+    }
+
+    void add_lone_exit(const Line &exit) {
+        begin_line(exit);
+        text_ += emphasised(exit, exit.point->text);
+        add_outcome(exit, trace_.operations[exit.operation]);
+    }
+
+    void add_outcome(const Line &exit, const Operation &operation) {
+        const std::string outcome = operation.result     ? fmt::format("{}", *operation.result)
+                                    : operation.failed() ? "failed"
+                                                         : "done";
+        text_ += fmt::format(" {} {}{}", arrow(), in_red_if(operation.failed(), outcome), main_values_of(exit));
+        if (exit.elapsed_us) {
+            text_ += fmt::format(" in {}", render_duration(*exit.elapsed_us, style_.unicode));
+        }
+        end_line(exit, {});
+    }
+
+    void begin_line(const Line &line) {
+        add_gap();
+        const std::string time = render_time(line.record->time_ns);
+        text_ += style_.emphasis ? fmt::format("{}{}{} ", kDim, time, kPlain) : time + " ";
+        if (name_writers_) {
+            text_ += fmt::format("[{}] ", line.record->writer);
+        }
+        text_.append(size_t{line.depth} * kIndent, ' ');
+    }
+
+    // What is to be said beside the values, in parentheses.
+    void end_line(const Line &line, std::vector<std::string> notes) {
+        if (const std::string name = register_of(line); !name.empty()) {
+            notes.insert(notes.begin(), name);
+        }
+        if (const std::string_view note = note_of(line.lone); !note.empty()) {
+            notes.emplace_back(note);
+        }
+        if (line.run_time_us) {
+            notes.push_back(fmt::format("run time {} {}", *line.run_time_us, micro()));
+        }
+        if (!notes.empty()) {
+            text_ += fmt::format(" ({})", fmt::join(notes, ", "));
+        }
+        text_ += '\n';
+    }
+
+    std::string emphasised(const Line &line, std::string_view text) const {
+        if (!style_.emphasis || line.point->kind == Kind::step || line.point->kind == Kind::elapsed) {
+            return std::string(text);
+        }
+        return fmt::format("{}{}{}", line.point->kind == Kind::failure ? kRed : kBold, text, kPlain);
+    }
+
+    std::string in_red_if(bool failed, const std::string &text) const {
+        return style_.emphasis && failed ? fmt::format("{}{}{}", kRed, text, kPlain) : text;
+    }
+
+    const Line &entry_of(const Line &exit) const { return trace_.lines[trace_.operations[exit.operation].entry]; }
+    const char *arrow() const { return style_.unicode ? "→" : "->"; }
+    const char *micro() const { return style_.unicode ? "µs" : "us"; }
+
+    const Trace &trace_;
+    const TextStyle &style_;
+    const TextPart &part_;
+    bool name_writers_;
+    uint64_t overwritten_ = 0;
+    uint64_t unreadable_ = 0;
+    std::string text_;
+};
+
 } // namespace
 
-std::string render_time(uint64_t time_ns) {
-    constexpr uint64_t kPerSecond = 1'000'000'000;
-    const uint64_t seconds = time_ns / kPerSecond;
-    const auto day_number = static_cast<int>(seconds / 86400);
-    const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{day_number}}};
-    const uint64_t second = seconds % 86400;
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:06}Z", static_cast<int>(date.year()),
-                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), second / 3600,
-                       second / 60 % 60, second % 60, time_ns % kPerSecond / 1000);
-}
-
-std::string render_text(const Trace &trace) {
-    std::string result;
-    const Text text(result);
-    const bool name_writers = has_several_writers(trace);
-    for (const Line &line : trace.lines) {
-        if (line.lost_before > 0) {
-            fmt::format_to(text, "-- {} {} lost --\n", line.lost_before, records(line.lost_before));
-        }
-        if (line.told_by_exit) {
-            continue;
-        }
-        fmt::format_to(text, "{} ", render_time(line.record->time_ns));
-        if (name_writers) {
-            fmt::format_to(text, "[{}] ", line.record->writer);
-        }
-        fmt::format_to(text, "{:{}}{} ", "", line.depth * kIndent, mark_of(line));
-        if (line.point == nullptr) {
-            render_plain_numbers(text, line);
-        } else {
-            fmt::format_to(text, "{}", line.point->text);
-            render_values(text, line);
-        }
-        render_notes(text, line);
-        result += '\n';
-    }
-    if (trace.lost_at_end > 0) {
-        fmt::format_to(text, "-- {} {} lost --\n", trace.lost_at_end, records(trace.lost_at_end));
-    }
-    return result;
+std::string render_text(const Trace &trace, const TextStyle &style, const TextPart &part) {
+    return Renderer(trace, style, part).render();
 }
 
 } // namespace ksltrace

@@ -1,47 +1,46 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "ksltrace/show.h"
-
+#include "ksltrace/commands.h"
 #include "ksltrace/render_text.h"
-#include "ksltrace/snapshot.h"
 #include "support/exit_status.h"
+#include "support/pager.h"
 
-#include <cstdlib>
 #include <fmt/format.h>
+#include <optional>
 
 namespace ksltrace {
 
 namespace {
 
 std::string heading(const trace_kbuf_snapshot &snapshot) {
-    const char *const order = snapshot.byte_order == TRACE_KBUF_BIG_ENDIAN ? "big-endian" : "little-endian";
-    return fmt::format("{}: {} of {} records, {} overwritten ({}, {} bits, {})\n", snapshot.name, snapshot.record_count,
-                       snapshot.written, snapshot.overwritten, order, snapshot.word_bits, snapshot.writer);
-}
-
-// A word that could have been a buffer's name, had the user said where buffers are kept.
-bool lacks_folder(const std::string &word, const trace_kbuf_snapshot &snapshot) {
-    const char *const directory = getenv("TRACE_KBUF_DIR");
-    return snapshot.status == TRACE_KBUF_UNREADABLE && word != "-" && word.find('/') == word.npos &&
-           (directory == nullptr || directory[0] == '\0');
+    return fmt::format("{}: {} of {} records, {} overwritten{} ({})\n", snapshot.name, snapshot.record_count,
+                       snapshot.written, snapshot.overwritten,
+                       snapshot.incomplete > 0 ? fmt::format(", {} damaged or not finished", snapshot.incomplete) : "",
+                       machine_of(snapshot));
 }
 
 } // namespace
 
-int show(const std::string &file_or_name, tools::StandardOutput &out) {
-    const Snapshot snapshot = read_snapshot(file_or_name);
-    // Nothing of a file that does not even say what it is.
-    if (snapshot->version != 0) {
-        out.write(heading(*snapshot));
+int show(const Request &request, const ShowOptions &options, tools::StandardOutput &out) {
+    const Reading reading = read(request);
+    const TextStyle style{.summary = !options.verbose,
+                          .source_lines = options.verbose,
+                          .unicode = wants_unicode(),
+                          .emphasis = out.wants_emphasis()};
+    std::optional<tools::Pager> pager;
+    if (!options.no_pager && out.is_terminal() && reading.snapshot->record_count > 0) {
+        pager.emplace();
     }
-    out.write(render_text(decode(*snapshot, library_catalogue())));
-    if (snapshot->status != TRACE_KBUF_WHOLE) {
-        tools::complain("ksltrace", fmt::format("{}{}", snapshot->problem,
-                                                lacks_folder(file_or_name, *snapshot)
-                                                    ? "; to name a buffer, set TRACE_KBUF_DIR to the folder of its file"
-                                                    : ""));
+    // Nothing of a file that does not even say what it is.
+    if (reading.snapshot->version != 0) {
+        out.write(heading(*reading.snapshot));
+    }
+    out.write(render_text(reading.trace, style, {.wanted = &reading.wanted}));
+    if (pager && !pager->finish()) {
+        tools::complain("ksltrace", fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without",
+                                                pager->command()));
         return tools::kFailed;
     }
-    return out.failed() ? tools::kFailed : tools::kDone;
+    return conclude(request, *reading.snapshot, out);
 }
 
 } // namespace ksltrace

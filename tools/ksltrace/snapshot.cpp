@@ -52,16 +52,13 @@ std::optional<std::string> path_of_buffer(const std::string &name) {
 
 } // namespace
 
+std::string path_of(const std::string &file_or_name) {
+    const bool exists = access(file_or_name.c_str(), F_OK) == 0;
+    return exists ? file_or_name : path_of_buffer(file_or_name).value_or(file_or_name);
+}
+
 Snapshot read_snapshot(const std::string &file_or_name) {
-    if (file_or_name == "-") {
-        return read_stdin();
-    }
-    if (access(file_or_name.c_str(), F_OK) != 0) {
-        if (const std::optional<std::string> path = path_of_buffer(file_or_name)) {
-            return owned(trace_kbuf_snapshot_file(path->c_str()));
-        }
-    }
-    return owned(trace_kbuf_snapshot_file(file_or_name.c_str()));
+    return file_or_name == "-" ? read_stdin() : owned(trace_kbuf_snapshot_file(path_of(file_or_name).c_str()));
 }
 
 Snapshot read_live_snapshot(const std::string &name) {

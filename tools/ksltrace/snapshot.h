@@ -15,8 +15,11 @@ struct ReleaseSnapshot {
 // Never null; `status` and `problem` tell what is wrong with it.
 using Snapshot = std::unique_ptr<trace_kbuf_snapshot, ReleaseSnapshot>;
 
-// Reads what the user named: "-" is stdin, an existing file comes next, and any other word without a slash is the
-// name of a buffer that is kept in the folder TRACE_KBUF_DIR.
+// The file that the user named: an existing one, and else a word without a slash is the name of a buffer that is kept
+// in the folder TRACE_KBUF_DIR.
+std::string path_of(const std::string &file_or_name);
+
+// Reads that file, or stdin for "-".
 Snapshot read_snapshot(const std::string &file_or_name);
 
 // Reads a buffer that is open in this process.

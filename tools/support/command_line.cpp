@@ -33,9 +33,9 @@ std::string sentence_about(const CLI::App &app, const CLI::ParseError &error) {
                        first.starts_with('-') ? "" : words, first);
 }
 
-// Programs have commands, of which some are groups with commands of their own.
+// Programs have commands, of which some are groups with commands of their own. A group of options has no name.
 void label_commands(CLI::App &app) {
-    for (CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+    for (CLI::App *command : app.get_subcommands([](const CLI::App *each) { return !each->get_name().empty(); })) {
         command->group("Commands");
         label_commands(*command);
     }

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <system_error>
@@ -48,6 +49,13 @@ void StandardOutput::write(std::string_view text) {
 
 bool StandardOutput::is_terminal() const {
     return isatty(STDOUT_FILENO) != 0;
+}
+
+bool StandardOutput::wants_emphasis() const {
+    const char *const no_color = std::getenv("NO_COLOR");
+    const char *const terminal = std::getenv("TERM");
+    return is_terminal() && (no_color == nullptr || no_color[0] == '\0') &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
 void complain(std::string_view program, std::string_view sentence) {

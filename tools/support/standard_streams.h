@@ -17,7 +17,11 @@ public:
     void write(std::string_view text);
 
     bool failed() const { return failed_; }
+    // Nothing more can be written.
+    bool is_over() const { return given_up_; }
     bool is_terminal() const;
+    // On a terminal that knows colours, unless the user said NO_COLOR.
+    bool wants_emphasis() const;
 
 private:
     std::string program_;

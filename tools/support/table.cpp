@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kslctl/table.h"
+#include "support/table.h"
 
 #include <algorithm>
 
-namespace kslctl {
+namespace tools {
 
 namespace {
 
 constexpr std::string_view kBold = "\x1b[1m";
 constexpr std::string_view kRed = "\x1b[31m";
 constexpr std::string_view kPlain = "\x1b[0m";
+
+// Characters of UTF-8 text: all bytes but those that continue one.
+size_t width_of(std::string_view text) {
+    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
 
 std::string emphasised(std::string_view how, std::string_view text) {
     return std::string(how) + std::string(text) + std::string(kPlain);
@@ -28,9 +33,9 @@ std::string Style::value(std::string_view text) const {
 std::string Table::render(const Style &style) const {
     std::vector<size_t> widths;
     for (size_t i = 0; i < columns_.size(); ++i) {
-        size_t width = columns_[i].heading.size();
+        size_t width = width_of(columns_[i].heading);
         for (const auto &row : rows_) {
-            width = std::max(width, row[i].size());
+            width = std::max(width, width_of(row[i]));
         }
         widths.push_back(width);
     }
@@ -39,7 +44,7 @@ std::string Table::render(const Style &style) const {
     const auto add_line = [&](const auto &cell, const auto &emphasise) {
         for (size_t i = 0; i < columns_.size(); ++i) {
             const std::string &content = cell(i);
-            const std::string blanks(widths[i] - content.size(), ' ');
+            const std::string blanks(widths[i] - width_of(content), ' ');
             const bool is_last = i + 1 == columns_.size();
             text += columns_[i].align == Align::right ? blanks : "";
             text += emphasise(content);
@@ -56,4 +61,4 @@ std::string Table::render(const Style &style) const {
     return text;
 }
 
-} // namespace kslctl
+} // namespace tools
