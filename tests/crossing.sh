@@ -37,6 +37,18 @@ compare() {
     "on_$reader" ksltrace show "$1" >"$work/$writer.other"
     grep -q ksl_read_bist_status_reg "$work/$writer.other" || fail "the $writer trace shows no self-test read on $reader"
     cmp "$work/$writer.own" "$work/$writer.other" || fail "the $writer trace reads differently on $reader"
+    for format in json perfetto; do
+        "on_$writer" ksltrace export "$1" "--$format" >"$work/$writer.$format.own"
+        "on_$reader" ksltrace export "$1" "--$format" >"$work/$writer.$format.other"
+        cmp "$work/$writer.$format.own" "$work/$writer.$format.other" ||
+            fail "the $writer trace is exported as another $format on $reader"
+    done
+    "on_$writer" ksltrace export "$1" --ctf "$work/$writer.ctf"
+    "on_$reader" ksltrace export "$1" --ctf "$work/$writer.ctf.other"
+    diff -r "$work/$writer.ctf" "$work/$writer.ctf.other" || fail "the $writer trace is another CTF trace on $reader"
+    babeltrace2 "$work/$writer.ctf" >"$work/$writer.events" || fail "babeltrace2 does not read the $writer trace"
+    [ "$(wc -l <"$work/$writer.events")" -eq "$(sed 1d "$work/$writer.json.own" | wc -l)" ] ||
+        fail "babeltrace2 finds another number of events in the $writer trace"
 }
 
 compare powerpc native

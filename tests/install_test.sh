@@ -17,7 +17,7 @@ awk '/^```c$/ { inside = 1; next } /^```$/ { inside = 0 } inside' README.md >"$w
 [ -s "$work/first.c" ] || fail "the README has no first program"
 
 cmake --install "$build" --prefix "$work/installed" >/dev/null
-for file in bin/kslctl bin/ksltrace lib/libksl.so lib/libtrace_kbuf.so lib/libhwa.so lib/libqrthwa.gen1.so include/ksl/ksl.h lib/libkslcfg_file.so; do
+for file in bin/kslctl bin/ksltrace lib/libksl.so lib/libtrace_kbuf.so lib/libhwa.so lib/libqrthwa.gen1.so include/ksl/ksl.h lib/libkslcfg_file.so share/ksl/trace-points.json; do
     [ -n "$(find "$work/installed" -path "*/${file#lib/}" -print -quit)" ] || fail "$file is not installed"
 done
 lib=$(dirname "$(find "$work/installed" -name libksl.so)")
@@ -44,6 +44,42 @@ kslctl vlan pvid 0-11 1 0
 kslctl vlan pvid 12-17 100 5
 kslctl vlan pvid 18-23 300 7
 kslctl validate pvid --config "$work/libexpectation.so" || fail "the hub is not as the compiled expectation has it"
+
+# A program with trace records of its own; one listing has them and the library's.
+cc -Wall -Wextra -Werror -I "$work/installed/include" examples/trace_records.c -o "$work/trace_records" \
+    -L "$lib" -lksl -ltrace_kbuf -Wl,--allow-shlib-undefined
+mkdir "$work/traces"
+LD_LIBRARY_PATH=$lib TRACE_KBUF_DIR=$work/traces "$work/trace_records" || fail "the program with trace records failed"
+"$work/installed/bin/ksltrace" show "$work/traces/XKSL.kbuf" --catalogue examples/trace_records.json --verbose |
+    sed 's/^[^ ]* //; s/([^()]*)$//; s/ *$//; s/out=0x[0-9a-f]* //' >"$work/listing"
+cat >"$work/expected" <<'END'
+- lower library opened
+> survey chip=0
+  > ksl_read_link_status_reg chip=0
+    - bytes 00 cc db df
+  < ksl_read_link_status_reg result=0
+  - port without a link port=5
+  - port without a link port=10
+  - port without a link port=13
+  - port without a link port=16
+  - port without a link port=17
+  - port without a link port=20
+  - port without a link port=21
+< survey result=0 down=7
+END
+sed 1d "$work/listing" | diff "$work/expected" - >&2 || fail "the listing of both programs' records is another"
+"$work/installed/bin/ksltrace" --catalogue "$work/installed/share/ksl/trace-points.json" catalogue |
+    cmp - "$work/installed/share/ksl/trace-points.json" || fail "the installed catalogue is not the library's"
+
+# What the README says about a process that died works as printed; its kslctl is to find no chip 9.
+mkdir "$work/build" && ln -s "$work/installed" "$work/build/native"
+awk '/^## What did a process/ { wanted = 1 } /^## What it costs/ { wanted = 0 }
+     wanted && /^```sh$/ { inside = 1; next } /^```$/ { inside = 0 } inside' README.md |
+    sed "s|/tmp/trace|$work/autopsy|g" >"$work/autopsy.sh"
+[ -s "$work/autopsy.sh" ] || fail "the README does not tell how to find out what a process did"
+(cd "$work" && sed '/^kslctl/s/ *#.*/ || [ $? -eq 3 ]/' autopsy.sh | sh -e) >"$work/findings" 2>&1 ||
+    fail "what the README says about a process that died does not work"
+grep -q 'ksl_read_link_status_regs chip=9 -> 101 in ' "$work/findings" || fail "the README's commands do not find the failed operation"
 
 # The library alone wants a compiler and a trace library to link with, nothing else.
 cmake -S . -B "$work/alone" -G Ninja -DKSL_BUILD_PLATFORM=OFF -DKSL_BUILD_TOOLS=OFF -DKSL_BUILD_TESTS=OFF \

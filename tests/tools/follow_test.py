@@ -109,6 +109,18 @@ class Follow(unittest.TestCase):
         self.assertEqual(follower.line(), "survey -> -3 down=2")
         self.assertEqual(follower.end(signal.SIGINT), 0)
 
+    def test_a_killed_process_leaves_its_last_operation_without_an_exit(self):
+        program = SurveyProgram(self)
+        follower = Follower(self, "XKSL", "--catalogue", str(program.catalogue))
+        program.begin()
+        self.assertEqual(follower.line(), "survey chip=7 -> no exit")
+        program.process.kill()
+        program.process.wait(PATIENCE)
+        shown = subprocess.run([*self.tool("ksltrace"), "--catalogue", str(program.catalogue), "show", "XKSL",
+                                "--failed"], env=self.environment, capture_output=True, text=True, check=True)
+        self.assertTrue(shown.stdout.endswith(" survey chip=7 -> no exit\n"), shown.stdout)
+        self.assertEqual(follower.end(signal.SIGINT), 0)
+
     def test_ends_when_nobody_reads_any_more(self):
         self.write("mode")
         reading_end, writing_end = os.pipe()
