@@ -15,6 +15,7 @@ A case file (cases/*.cases) has, for each case, its name and what happens, line 
   link NAME PATH      lets a library of the build be found at another place
   spoil PATH OFFSET   inverts the bits of a byte of a file
   into PATH           the next run's standard output goes to the file, too
+  metrics PATH        what the metrics collector's own checker says of a file
   show PATH [WORD]    shows the lines of a file, or those that hold the word
   stdin PATH          the next run reads its standard input from the file
   answer TEXT         the next run's standard input is a terminal on which the text is typed
@@ -52,7 +53,9 @@ VOLATILE = [
     (r"(0x[0-9a-f]{8}) line \d+\b", r"\1 line <line>"),
     (r"\brun time \d+ us\b", "run time <us>"),
     (r"(?:little|big)-endian, (?:32|64) bits, trace_kbuf \d+\.\d+\.\d+ [^)\n]+", "<machine>"),
-    (r'"(elapsed_us|run_time_us|line|writer)": \d+(?:\.\d+)?\b', r'"\1": <number>'),
+    (r" +\d+\.\d/s\b", " <rate>"),
+    (r"=\d+\.\d/s\b", "=<rate>"),
+    (r'"(elapsed_us|run_time_us|line|writer|seconds|per_second)": \d+(?:\.\d+)?\b', r'"\1": <number>'),
     (r'("name": "(?:out\d?|error|file|microseconds)",\s+"value": )\d+', r"\1<number>"),
     (r"\b(kslctl|ksltrace) \d+\.\d+\.\d+\b", r"\1 <version>"),
 ]
@@ -172,6 +175,15 @@ class Runner:
         path, _, word = rest.partition(" ")
         lines = [line for line in pathlib.Path(path).read_text().splitlines() if word in line]
         self.text += self.steady(f"[{rest}]\n" + "".join(line + "\n" for line in lines))
+
+    def do_metrics(self, rest):
+        if not shutil.which("promtool"):
+            sys.exit("promtool is missing: install the package prometheus, whose service is not needed")
+        with open(rest, "rb") as metrics:
+            checker = subprocess.run(["promtool", "check", "metrics"], stdin=metrics, stdout=subprocess.PIPE,
+                                     stderr=subprocess.STDOUT, check=False)
+        self.text += self.steady(f"[promtool check metrics {rest}]\n{checker.stdout.decode()}")
+        self.text += f"[exit status {checker.returncode}]\n"
 
     def do_stdin(self, rest):
         self.stdin = rest

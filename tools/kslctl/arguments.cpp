@@ -13,7 +13,8 @@ using Texts = std::vector<std::string>;
 
 // The parser's own error names the argument.
 template <typename Text>
-void add(CLI::App &command, const char *name, Need need, std::function<void(const Text &)> take, const char *summary) {
+void add(CLI::App &command, const char *name, Need need, std::function<void(const Text &)> take, const char *summary,
+         const char *value = "") {
     const auto take_or_complain = [name, take = std::move(take)](const Text &text) {
         try {
             take(text);
@@ -21,7 +22,9 @@ void add(CLI::App &command, const char *name, Need need, std::function<void(cons
             throw CLI::ValidationError(name, error.what());
         }
     };
-    command.add_option_function<Text>(name, take_or_complain, summary)->type_name("")->required(need == Need::required);
+    command.add_option_function<Text>(name, take_or_complain, summary)
+        ->type_name(value)
+        ->required(need == Need::required);
 }
 
 void assign(NumberSet &into, const NumberKind &kind, const Texts &texts) {
@@ -65,8 +68,13 @@ void add_number(CLI::App &command, const char *name, Need need, const NumberKind
 
 void add_option(CLI::App &command, const char *name, const char *value, std::shared_ptr<std::string> into,
                 const char *summary) {
-    const auto take = [into = std::move(into)](const std::string &text) { *into = text; };
-    command.add_option_function<std::string>(name, take, summary)->type_name(value);
+    add_option(
+        command, name, value, [into = std::move(into)](const std::string &text) { *into = text; }, summary);
+}
+
+void add_option(CLI::App &command, const char *name, const char *value,
+                std::function<void(const std::string &text)> take, const char *summary) {
+    add(command, name, Need::optional, std::move(take), summary, value);
 }
 
 void add_flag(CLI::App &command, const char *name, std::shared_ptr<bool> into, const char *summary) {

@@ -39,6 +39,9 @@ void add_number(CLI::App &command, const char *name, Need need, const NumberKind
 // An option with a value, which help calls `value`.
 void add_option(CLI::App &command, const char *name, const char *value, std::shared_ptr<std::string> into,
                 const char *summary);
+// The same for what has a meaning of its own. `take` may throw ArgumentError.
+void add_option(CLI::App &command, const char *name, const char *value,
+                std::function<void(const std::string &text)> take, const char *summary);
 void add_flag(CLI::App &command, const char *name, std::shared_ptr<bool> into, const char *summary);
 // For a command that changes the hub.
 void add_dry_run(CLI::App &command, std::shared_ptr<bool> into);

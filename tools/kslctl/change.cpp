@@ -27,7 +27,7 @@ Json json_of(const Row &row, const std::optional<Bytes> &bytes, bool raw) {
 
 class Changer {
 public:
-    Changer(Context &context, const PortChange &change, bool dry_run)
+    Changer(Context &context, const Change &change, bool dry_run)
         : context_(context), change_(change), dry_run_(dry_run) {}
 
     ChipResult of_chip(uint32_t chip, const NumberSet &ports) {
@@ -43,7 +43,7 @@ private:
         const size_t first = rows_.size();
         const std::string what = fmt::format(fmt::runtime(change_.what), port);
         bool known = true;
-        for (const PortChange::Written &written : change_.registers) {
+        for (const Change::Written &written : change_.registers) {
             const std::optional<Bytes> before = read(*written.which, chip, port, context_.report);
             known = known && before;
             rows_.push_back({port, written.which, before, std::nullopt, std::nullopt});
@@ -64,7 +64,7 @@ private:
             return;
         }
         if (const int32_t code = change_.run(chip, port, *rows_[first].before); code != 0) {
-            context_.report.fail({chip, change_.operation, what, code, change_.undone});
+            context_.report.fail({chip, change_.operation, what, code, change_.undone, change_.refusal});
         }
         // After a failure, too: it may have come between the writes.
         for (size_t i = first; i < rows_.size(); ++i) {
@@ -76,12 +76,12 @@ private:
         const bool raw = context_.options.raw;
         Json list = Json::array();
         for (const Row &row : rows_) {
-            Json entry = {{"port", row.port},
-                          {"register", row.which->key},
-                          {"page", row.which->page(row.port)},
-                          {"offset", row.which->offset(row.port)},
-                          {"before", json_of(row, row.before, raw)},
-                          {"after", json_of(row, row.after, raw)}};
+            Json entry = row.which->is_of_chip() ? Json::object() : Json{{"port", row.port}};
+            entry["register"] = row.which->key;
+            entry["page"] = row.which->page(row.port);
+            entry["offset"] = row.which->offset(row.port);
+            entry["before"] = json_of(row, row.before, raw);
+            entry["after"] = json_of(row, row.after, raw);
             if (dry_run_) {
                 entry["write"] = hex_or_null(row.write, row.which->length);
             }
@@ -91,16 +91,21 @@ private:
     }
 
     std::string text() const {
-        std::vector<Column> columns = {
-            {"port", Align::right}, {"register", Align::left}, {"from", Align::left}, {"to", Align::left}};
+        const bool of_chip = change_.registers.front().which->is_of_chip();
+        std::vector<Column> columns = {{"register", Align::left}, {"from", Align::left}, {"to", Align::left}};
+        if (!of_chip) {
+            columns.insert(columns.begin(), {"port", Align::right});
+        }
         if (dry_run_) {
             columns.push_back({"write", Align::left});
         }
         Table table(columns);
         for (const Row &row : rows_) {
-            std::vector<std::string> cells = {std::to_string(row.port), row.which->what,
-                                              text_of(row, row.before, context_.options.raw),
+            std::vector<std::string> cells = {row.which->what, text_of(row, row.before, context_.options.raw),
                                               text_of(row, row.after, context_.options.raw)};
+            if (!of_chip) {
+                cells.insert(cells.begin(), std::to_string(row.port));
+            }
             if (dry_run_) {
                 cells.push_back(row.write ? fmt::format("page 0x{:02x}, offset 0x{:02x}: {}", row.which->page(row.port),
                                                         row.which->offset(row.port), hex(*row.write, row.which->length))
@@ -112,17 +117,21 @@ private:
     }
 
     Context &context_;
-    const PortChange &change_;
+    const Change &change_;
     const bool dry_run_;
     std::vector<Row> rows_; // of the chip at hand
 };
 
 } // namespace
 
-Result change_ports(Context &context, const NumberSet &ports, const PortChange &change, bool dry_run) {
+Result change_ports(Context &context, const NumberSet &ports, const Change &change, bool dry_run) {
     Changer changer(context, change, dry_run);
     return of_each_chip(
         context, [&](uint32_t chip) { return changer.of_chip(chip, ports); }, dry_run ? kDryRunRemark : "");
+}
+
+Result change_chips(Context &context, const Change &change, bool dry_run) {
+    return change_ports(context, {0}, change, dry_run);
 }
 
 } // namespace kslctl

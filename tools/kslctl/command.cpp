@@ -53,7 +53,7 @@ CLI::App &Commands::add_to(CLI::App &parent, const std::string &full_name, const
     return *command;
 }
 
-void Commands::check(const Options &options) const {
+void Commands::check(Options &options) const {
     if (check_) {
         check_(options);
     }

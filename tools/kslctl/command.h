@@ -18,19 +18,23 @@ class App;
 
 namespace kslctl {
 
+// What a command found out, in both forms.
+struct Result {
+    Json chips = Json::array();
+    std::string text;
+    bool answer_is_no = false; // of a command that asks a question
+    bool is_shown = false;     // the command has shown all it had already
+};
+
 // What a command has to work with.
 struct Context {
     const Options &options;
     const Library &library;
     const Style &style;
     Report &report;
-};
-
-// What a command found out, in both forms.
-struct Result {
-    Json chips = Json::array();
-    std::string text;
-    bool answer_is_no = false; // of a command that asks a question
+    bool can_redraw; // the text goes to a terminal whose cursor can be moved
+    // For a command that shows one result after the other: writes one out. False when there is no use in another.
+    const std::function<bool(const Result &)> &show;
 };
 
 // The same of one chip.
@@ -54,8 +58,8 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Looks at the whole command line before the hub is touched. Throws UsageError.
-using Check = std::function<void(const Options &)>;
+// Looks at the whole command line before the hub is touched, and may settle options. Throws UsageError.
+using Check = std::function<void(Options &)>;
 
 // For commands to which --raw means nothing.
 void check_no_raw(const Options &options);
@@ -84,7 +88,7 @@ public:
 
     // As the schema has it: "status", "port-show".
     const std::string &name() const { return name_; }
-    void check(const Options &options) const;
+    void check(Options &options) const;
     Result run(Context &context) const { return run_(context); }
 
 private:
@@ -102,6 +106,9 @@ void add_status_commands(Commands &commands);
 void add_port_commands(Commands &commands);
 void add_vlan_commands(Commands &commands);
 void add_validate_commands(Commands &commands);
+void add_mib_commands(Commands &commands);
+void add_arl_commands(Commands &commands);
+void add_forwarding_commands(Commands &commands);
 void add_hub_commands(Commands &commands);
 void add_chip_commands(Commands &commands);
 void add_reg_commands(Commands &commands);

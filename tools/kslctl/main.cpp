@@ -34,6 +34,8 @@ Examples:
   kslctl port down 4-7 --dry-run       what would be written to switch four ports off
   kslctl hub expectation >before.json  save the VLAN settings, to see later what changed:
   kslctl validate pvid --expect before.json
+  kslctl mib --nonzero --watch 5       rates of the counters that move, every five seconds
+  kslctl arl search --mac '*:1a'       the addresses that end so, with their VLANs
   kslctl --simulate --trace bist       what the library did, step by step
   HWA_SIM_FAULTS='getreg page=1 offset=0x18 code=17' kslctl --simulate status
 
@@ -41,13 +43,15 @@ Environment (docs/hwa-sim.md tells all about the simulated hub):
   HWA_SIM_DIR        folder in which the simulated hub keeps its state
   HWA_SIM_SCENARIO   JSON file with the state that it starts from
   HWA_SIM_FAULTS     accesses that it lets fail
+  HWA_SIM_CLOCK      time that passes with each access to it
   HWA_SIM_LOG        file to which it writes each access
   TRACE_KBUF_DIR     folder in which the trace is kept, for ksltrace
   NO_COLOR           if set and not empty: no emphasis on a terminal either
 
 Exit status:
   0  done
-  1  done, and the answer is no ("validate" asks a question, and "reset" asks you one)
+  1  done, and the answer is no ("validate" and "trunk check" ask a question, and "reset" asks
+     you one)
   2  the command line is wrong
   3  something could not be done; stderr names it and the code, the rest is shown)";
 
@@ -98,6 +102,10 @@ void add_trace(const OwnTrace &own, Result &result, Json &document, Report &repo
     document["trace"] = ksltrace::render_json(own.trace);
 }
 
+std::string text_of(const Json &document, const Options &options) {
+    return document.dump(options.documents_are_lines ? -1 : 2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
 // Runs the command and shows what came of it.
 int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
     const uint64_t start = now_ns();
@@ -108,18 +116,28 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
         ksl_enable_time();
     }
 
+    const auto document_of = [&](const Result &result) {
+        return Json{{"schema", fmt::format("ksl.{}{}/1", commands.name(), options.raw ? ".raw" : "")},
+                    {"hub", hub_json(library)},
+                    {"chips", result.chips}};
+    };
+    const std::function<bool(const Result &)> show = [&](const Result &result) {
+        Json document = document_of(result);
+        document["errors"] = report.take_errors();
+        out.write(options.json ? text_of(document, options) : result.text);
+        return !out.is_over();
+    };
+
     Result result;
     if (library.problem()) {
         report.fail(*library.problem());
     } else {
         const Style style(out.wants_emphasis());
-        Context context{options, library, style, report};
+        Context context{options, library, style, report, !options.json && out.can_redraw(), show};
         result = commands.run(context);
     }
 
-    Json document = {{"schema", fmt::format("ksl.{}{}/1", commands.name(), options.raw ? ".raw" : "")},
-                     {"hub", hub_json(library)},
-                     {"chips", result.chips}};
+    Json document = document_of(result);
     if (options.trace) {
         document["trace"] = Json::array();
         if (library.is_open()) {
@@ -128,7 +146,9 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     }
     document["errors"] = report.errors();
 
-    out.write(options.json ? document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n" : result.text);
+    if (!result.is_shown) {
+        out.write(options.json ? text_of(document, options) : result.text);
+    }
     if (report.has_failures() || out.failed()) {
         return tools::kFailed;
     }
@@ -150,6 +170,9 @@ int run(int argc, char **argv) {
     add_port_commands(commands);
     add_vlan_commands(commands);
     add_validate_commands(commands);
+    add_mib_commands(commands);
+    add_arl_commands(commands);
+    add_forwarding_commands(commands);
     add_hub_commands(commands);
     add_chip_commands(commands);
     add_reg_commands(commands);

@@ -10,6 +10,7 @@ namespace kslctl {
 struct Options {
     std::vector<uint32_t> chips{0};
     bool json = false;
+    bool documents_are_lines = false; // of a command that writes several
     bool raw = false;
     bool trace = false;
     bool simulate = false;

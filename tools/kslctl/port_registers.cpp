@@ -9,11 +9,11 @@
 
 namespace kslctl {
 
-namespace {
-
 int32_t read_by_place(uint32_t chip, uint32_t port, const PortRegister &which, uint8_t *bytes) {
     return dbg_ksl_get_reg(chip, which.page(port), which.offset(port), static_cast<uint32_t>(which.length), bytes);
 }
+
+namespace {
 
 // By an operation that delivers a word.
 template <int32_t (*operation)(uint32_t chip, uint32_t port, ksl_word *out)>
@@ -57,7 +57,8 @@ const PortRegister kPvid = {"pvid",
                             pvid_json};
 
 std::string describe(const PortRegister &which, uint32_t port) {
-    return fmt::format("{} of port {} (page 0x{:02x}, offset 0x{:02x})", which.what, port, which.page(port),
+    const std::string of_port = which.is_of_chip() ? "" : fmt::format(" of port {}", port);
+    return fmt::format("{}{} (page 0x{:02x}, offset 0x{:02x})", which.what, of_port, which.page(port),
                        which.offset(port));
 }
 

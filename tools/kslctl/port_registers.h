@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The registers that each port has one of, and how they are read.
+// The registers that each port has one of, and how they are read. One of the whole chip has steps of 0, and its port is
+// 0.
 #pragma once
 
 #include "kslctl/report.h"
@@ -23,6 +24,7 @@ struct PortRegister {
     std::string (*text)(const Bytes &bytes);
     Json (*json)(const Bytes &bytes);
 
+    bool is_of_chip() const { return page_step == 0 && offset_step == 0; }
     uint32_t page(uint32_t port) const { return first_page + page_step * port; }
     uint32_t offset(uint32_t port) const { return first_offset + offset_step * port; }
 };
@@ -31,6 +33,9 @@ extern const PortRegister kPhyControl;
 extern const PortRegister kPortControl;
 extern const PortRegister kSpeedIndication;
 extern const PortRegister kPvid;
+
+// By the operation for any register.
+int32_t read_by_place(uint32_t chip, uint32_t port, const PortRegister &which, uint8_t *bytes);
 
 // "PHY control of port 3 (page 0x13, offset 0x00)"
 std::string describe(const PortRegister &which, uint32_t port);

@@ -20,7 +20,11 @@ std::string hex_or_mark(const std::optional<Bytes> &bytes, size_t length) {
 }
 
 RawRegister raw(const PortRegister &which, uint32_t port, const std::optional<Bytes> &bytes) {
-    return {which.key, {{"port", port}}, which.page(port), which.offset(port), which.length, bytes};
+    RawRegister entry{which.key, {{"port", port}}, which.page(port), which.offset(port), which.length, bytes};
+    if (which.is_of_chip()) {
+        entry.of.reset();
+    }
+    return entry;
 }
 
 Json raw_json(const std::vector<RawRegister> &registers) {

@@ -5,18 +5,19 @@
 
 #include <fmt/format.h>
 #include <hwa_sim.h>
+#include <utility>
 
 namespace kslctl {
 
 void Report::fail(const FailedOperation &failure) {
-    const std::string message = fmt::format("chip {}: {} {}: {} returned {}{}", failure.chip, failure.about,
-                                            failure.undone, failure.operation, failure.code, explain(failure.code));
-    tools::complain("kslctl", message);
-    errors_.push_back({{"chip", failure.chip},
-                       {"operation", failure.operation},
-                       {"about", failure.about},
-                       {"code", failure.code},
-                       {"message", message}});
+    const std::string message =
+        fmt::format("chip {}: {} {}: {} returned {}{}", failure.chip, failure.about, failure.undone, failure.operation,
+                    failure.code, explain(failure.code, failure.refusal));
+    keep({{"chip", failure.chip},
+          {"operation", failure.operation},
+          {"about", failure.about},
+          {"code", failure.code},
+          {"message", message}});
 }
 
 void Report::fail(const std::string &sentence) {
@@ -28,14 +29,26 @@ void Report::fail(uint32_t chip, const std::string &sentence) {
 }
 
 void Report::fail_of(const Json &chip, const std::string &message) {
-    tools::complain("kslctl", message);
-    errors_.push_back(
-        {{"chip", chip}, {"operation", nullptr}, {"about", nullptr}, {"code", nullptr}, {"message", message}});
+    keep({{"chip", chip}, {"operation", nullptr}, {"about", nullptr}, {"code", nullptr}, {"message", message}});
 }
 
-std::string Report::explain(int32_t code) const {
+void Report::keep(const Json &error) {
+    tools::complain("kslctl", error["message"].get<std::string>());
+    errors_.push_back(error);
+    has_failures_ = true;
+}
+
+void Report::note(const std::string &sentence) {
+    tools::complain("kslctl note", sentence);
+}
+
+Json Report::take_errors() {
+    return std::exchange(errors_, Json::array());
+}
+
+std::string Report::explain(int32_t code, const char *refusal) const {
     if (code == -1) {
-        return " (the lower library lacks an entry point)";
+        return fmt::format(" ({})", refusal != nullptr ? refusal : "the lower library lacks an entry point");
     }
     if (!simulated_) {
         return " (a code of the lower library)";

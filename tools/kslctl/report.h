@@ -18,6 +18,7 @@ struct FailedOperation {
     std::string about; // what it was to read or to change
     int32_t code;
     const char *undone = "not read"; // what it is now
+    const char *refusal = nullptr;   // what -1 means, where it is about an argument
 };
 
 class Report {
@@ -30,14 +31,21 @@ public:
     void fail(const std::string &sentence);
     void fail(uint32_t chip, const std::string &sentence);
 
-    bool has_failures() const { return !errors_.empty(); }
+    // What the user should know although nothing went wrong.
+    static void note(const std::string &sentence);
+
+    bool has_failures() const { return has_failures_; }
     const Json &errors() const { return errors_; }
+    // The same, to be told once.
+    Json take_errors();
 
 private:
     void fail_of(const Json &chip, const std::string &message);
-    std::string explain(int32_t code) const;
+    void keep(const Json &error);
+    std::string explain(int32_t code, const char *refusal) const;
 
     bool simulated_ = false;
+    bool has_failures_ = false;
     Json errors_ = Json::array();
 };
 

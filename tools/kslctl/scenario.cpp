@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/scenario.h"
 
+#include "kslctl/addresses.h"
 #include "kslctl/port_registers.h"
 #include "kslctl/raw.h"
 #include "kslctl/status_registers.h"
@@ -110,29 +111,22 @@ Json vlan_json(const Bytes &enable, const std::map<uint32_t, Bytes> &table) {
     return {{"enabled", vlan_enabled(enable)}, {"entries", entries}};
 }
 
-std::optional<std::vector<ksl_arl_entry>> read_addresses(uint32_t chip, Report &report) {
-    constexpr uint32_t kRoom = 8192;
-    std::vector<ksl_arl_entry> entries(kRoom);
-    uint32_t count = kRoom;
-    if (const int32_t code = ksl_read_ARL_table(chip, 1, entries.data(), &count); code != 0) {
-        report.fail({chip, "ksl_read_ARL_table", "address table", code});
-        return std::nullopt;
-    }
-    entries.resize(count);
-    return entries;
+std::optional<std::vector<Address>> read_addresses(uint32_t chip, Report &report) {
+    const Addresses addresses = list_addresses(chip, true, report);
+    return addresses.whole ? std::optional(addresses.entries) : std::nullopt;
 }
 
-Json addresses_json(uint32_t chip, const std::vector<ksl_arl_entry> &entries, Report &report) {
+Json addresses_json(uint32_t chip, const std::vector<Address> &addresses, Report &report) {
     Json list = Json::array();
-    for (const ksl_arl_entry &entry : entries) {
-        const std::string mac = fmt::format("{:02x}", fmt::join(entry.mac, ":"));
-        if (entry.port >= KSL_PORTS) {
+    for (const Address &address : addresses) {
+        const std::string mac = mac_text(address.mac);
+        if (address.port >= KSL_PORTS) {
             report.fail(chip, fmt::format("the address {} at port {} is left out, because a scenario has ports 0 to {}",
-                                          mac, entry.port, KSL_PORTS - 1));
+                                          mac, address.port, KSL_PORTS - 1));
             continue;
         }
-        Json json = {{"mac", mac}, {"port", entry.port}};
-        if (entry.flag55 != 0) {
+        Json json = {{"mac", mac}, {"port", address.port}};
+        if (address.is_static) {
             json["static"] = true;
         }
         list.push_back(json);

@@ -2,6 +2,7 @@
 #include "kslctl/status_registers.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fmt/format.h>
 #include <ksl/ksl.h>
 
@@ -13,6 +14,7 @@ constexpr RegisterInfo kInfo[kRegisters] = {
     {"self_test", "self-test status", 0x01, 0x00, 8}, {"mode", "switch mode", 0x00, 0x00, 4},
     {"link", "link status", 0x01, 0x10, 4},           {"link_change", "link change", 0x01, 0x14, 4},
     {"speed", "port speed status", 0x01, 0x18, 4},    {"duplex", "port duplex status", 0x01, 0x1C, 4},
+    {"age_timer", "age timer", 0x02, 0x06, 4},
 };
 
 struct Operation {
@@ -22,9 +24,13 @@ struct Operation {
 
 // Of each register that can be read by itself.
 constexpr Operation kOperations[kRegisters] = {
-    {"ksl_read_bist_status_reg", ksl_read_bist_status_reg}, {"ksl_read_switch_mode_reg", ksl_read_switch_mode_reg},
-    {"ksl_read_link_status_reg", ksl_read_link_status_reg}, {nullptr, nullptr},
-    {"ksl_read_port_speed_reg", ksl_read_port_speed_reg},   {"ksl_read_port_duplex_reg", ksl_read_port_duplex_reg},
+    {"ksl_read_bist_status_reg", ksl_read_bist_status_reg},
+    {"ksl_read_switch_mode_reg", ksl_read_switch_mode_reg},
+    {"ksl_read_link_status_reg", ksl_read_link_status_reg},
+    {nullptr, nullptr},
+    {"ksl_read_port_speed_reg", ksl_read_port_speed_reg},
+    {"ksl_read_port_duplex_reg", ksl_read_port_duplex_reg},
+    {nullptr, nullptr},
 };
 
 class Reader {
@@ -59,6 +65,37 @@ public:
         }
     }
 
+    // A field that was not read keeps what no such register holds.
+    void read_all() {
+        ksl_cntrl_regs regs;
+        std::memset(&regs, 0xFF, sizeof regs);
+        const int32_t code = ksl_read_cntrl_regs(status_.chip, &regs);
+        const struct {
+            Register which;
+            const void *field;
+            size_t length;
+        } fields[] = {
+            {Register::mode, regs.switch_mode, sizeof regs.switch_mode},
+            {Register::self_test, regs.bist_status, sizeof regs.bist_status},
+            {Register::link, regs.link_status1, sizeof regs.link_status1},
+            {Register::link_change, regs.link_status2, sizeof regs.link_status2},
+            {Register::speed, regs.port_speed, sizeof regs.port_speed},
+            {Register::duplex, regs.port_duplex, sizeof regs.port_duplex},
+            {Register::age_timer, &regs.age_timer, sizeof regs.age_timer},
+        };
+        constexpr Bytes kUntouched = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+        for (const auto &[which, field, length] : fields) {
+            const bool is_last = which == Register::age_timer;
+            if (code != 0 && (is_last || std::memcmp(field, kUntouched.data(), length) == 0)) {
+                fail(which, "ksl_read_cntrl_regs", code);
+                return;
+            }
+            Bytes bytes{};
+            std::memcpy(bytes.data(), field, length);
+            keep(which, bytes);
+        }
+    }
+
     ChipStatus take() const { return status_; }
 
 private:
@@ -79,6 +116,12 @@ private:
 
 const RegisterInfo &info(Register which) {
     return kInfo[static_cast<size_t>(which)];
+}
+
+ChipStatus read_control_registers(uint32_t chip, Report &report) {
+    Reader reader(chip, report);
+    reader.read_all();
+    return reader.take();
 }
 
 ChipStatus read_status(uint32_t chip, std::span<const Register> wanted, Report &report) {

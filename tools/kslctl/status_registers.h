@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The chip's status registers, and how they are read.
+// The chip's main control and status registers, and how they are read.
 #pragma once
 
 #include "kslctl/report.h"
@@ -11,8 +11,8 @@
 
 namespace kslctl {
 
-enum class Register { self_test, mode, link, link_change, speed, duplex };
-inline constexpr size_t kRegisters = 6;
+enum class Register { self_test, mode, link, link_change, speed, duplex, age_timer };
+inline constexpr size_t kRegisters = 7;
 
 struct RegisterInfo {
     const char *key;  // for programs
@@ -30,6 +30,9 @@ struct ChipStatus {
 
     const std::optional<Bytes> &operator[](Register which) const { return registers[static_cast<size_t>(which)]; }
 };
+
+// All of them by one operation, which ends at the first that fails. Also clears the change marks.
+ChipStatus read_control_registers(uint32_t chip, Report &report);
 
 // Reads the wanted registers in order. What cannot be read is reported and left out.
 // Reading Register::link_change clears the chip's change marks.

@@ -51,11 +51,14 @@ bool StandardOutput::is_terminal() const {
     return isatty(STDOUT_FILENO) != 0;
 }
 
+bool StandardOutput::can_redraw() const {
+    const char *const terminal = std::getenv("TERM");
+    return is_terminal() && (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
 bool StandardOutput::wants_emphasis() const {
     const char *const no_color = std::getenv("NO_COLOR");
-    const char *const terminal = std::getenv("TERM");
-    return is_terminal() && (no_color == nullptr || no_color[0] == '\0') &&
-           (terminal == nullptr || std::string_view(terminal) != "dumb");
+    return can_redraw() && (no_color == nullptr || no_color[0] == '\0');
 }
 
 void complain(std::string_view program, std::string_view sentence) {

@@ -20,6 +20,8 @@ public:
     // Nothing more can be written.
     bool is_over() const { return given_up_; }
     bool is_terminal() const;
+    // On a terminal whose cursor can be moved.
+    bool can_redraw() const;
     // On a terminal that knows colours, unless the user said NO_COLOR.
     bool wants_emphasis() const;
 

@@ -134,7 +134,7 @@ ChipResult show_speeds(Context &context, uint32_t chip, const NumberSet &ports) 
 }
 
 Result set_speeds(Context &context, const NumberSet &ports, uint32_t speed, bool dry_run) {
-    const PortChange change{
+    const Change change{
         .operation = "ksl_set_port_speed",
         .what = "speed of port {}",
         .undone = "not set",
@@ -166,7 +166,7 @@ std::function<Bytes(const Bytes &)> always(Bytes bytes) {
     return [bytes](const Bytes &) { return bytes; };
 }
 
-const PortChange kUp{
+const Change kUp{
     .operation = "ksl_activate_port",
     .what = "port {}",
     .undone = "not switched on",
@@ -174,7 +174,7 @@ const PortChange kUp{
     .run = [](uint32_t chip, uint32_t port, const Bytes &) { return ksl_activate_port(chip, port); },
 };
 
-const PortChange kDown{
+const Change kDown{
     .operation = "ksl_deactivate_port",
     .what = "port {}",
     .undone = "not switched off",
@@ -182,7 +182,7 @@ const PortChange kDown{
     .run = [](uint32_t chip, uint32_t port, const Bytes &) { return ksl_deactivate_port(chip, port); },
 };
 
-const PortChange kResetPhy{
+const Change kResetPhy{
     .operation = "ksl_reset_PHY",
     .what = "PHY of port {}",
     .undone = "not reset",
@@ -202,7 +202,7 @@ be read first is left as it is.)";
 struct SwitchRow {
     const char *name;
     const char *summary;
-    const PortChange *change;
+    const Change *change;
 };
 
 constexpr SwitchRow kSwitches[] = {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// status, link, speed, duplex, mode, bist: the status registers.
+// status, link, speed, duplex, mode, bist, registers: the status registers, and all that one operation reads.
 #include "kslctl/command.h"
+#include "kslctl/forwarding_registers.h"
 #include "kslctl/status_registers.h"
 
 #include <algorithm>
@@ -45,9 +46,10 @@ Json mode_json(const Bytes &bytes) {
     return {{"managed", managed}, {"forwarding", forwarding}};
 }
 
-constexpr ChipValue kChipValues[] = {
+const ChipValue kChipValues[] = {
     {Register::self_test, "self-test", self_test_text, self_test_json},
     {Register::mode, "mode", mode_text, mode_json},
+    {Register::age_timer, "age timer", kAgeTimer.text, kAgeTimer.json},
 };
 
 // ---- The registers with a bit for each port ----
@@ -194,14 +196,15 @@ Json raw_json(const ChipStatus &status, const Registers &registers) {
 
 // ---- The commands ----
 
-ChipResult look(Context &context, uint32_t chip, const Registers &registers) {
-    const ChipStatus status = read_status(chip, registers, context.report);
+ChipResult look(Context &context, uint32_t chip, const Registers &registers, bool at_once) {
+    const ChipStatus status =
+        at_once ? read_control_registers(chip, context.report) : read_status(chip, registers, context.report);
     return context.options.raw ? ChipResult{raw_json(status, registers), raw_text(status, registers, context.style)}
                                : ChipResult{chip_json(status, registers), chip_text(status, registers, context.style)};
 }
 
 Result run(Context &context, const Registers &registers, bool tells_hub) {
-    Result result = of_each_chip(context, [&](uint32_t chip) { return look(context, chip, registers); });
+    Result result = of_each_chip(context, [&](uint32_t chip) { return look(context, chip, registers, false); });
     if (const std::optional<std::string> &simulation = context.library.simulation(); tells_hub && simulation) {
         result.text = fmt::format("{:<9}  {}\n\n{}", "hub", *simulation, result.text);
     }
@@ -219,6 +222,17 @@ What kslctl reads into the bits (--raw shows the bytes as the library hands them
   bist      bit 47, the top bit of the 6 bytes: a test failed; bits 23 to 0: port n failed
 A word is its four bytes, most significant first; bit 0 is the lowest. Speed and duplex of a port without a link are
 shown as "-". What could not be read is shown as "?", the failure is named on stderr, and the exit status is 3.)";
+
+const std::string kRegistersHelp =
+    std::string(
+        R"(One operation reads all of them in the order in which --raw shows them, and ends at the first that fails; those behind
+it are shown as "?", too. The age timer, bits 0 to 19 of its word, is in the chip's own unit.
+
+)") +
+    kBits;
+
+constexpr Register kAllRegisters[] = {Register::mode,  Register::self_test, Register::link,     Register::link_change,
+                                      Register::speed, Register::duplex,    Register::age_timer};
 
 struct CommandRow {
     const char *name;
@@ -247,6 +261,11 @@ void add_status_commands(Commands &commands) {
             return run(context, registers, tells_hub);
         });
     }
+    commands.add("registers", "Self-test, mode, age timer, and all of the ports (clears the link changes)",
+                 kRegistersHelp, [](Context &context) {
+                     const Registers all(std::begin(kAllRegisters), std::end(kAllRegisters));
+                     return of_each_chip(context, [&](uint32_t chip) { return look(context, chip, all, true); });
+                 });
 }
 
 } // namespace kslctl

@@ -126,7 +126,7 @@ Result set_pvids(Context &context, const NumberSet &ports, uint32_t vid, std::op
     const auto wanted_priority = [priority](const Bytes &before) {
         return priority ? *priority : uint32_t{kslcfg::pvid_from(before.data()).priority};
     };
-    const PortChange change{
+    const Change change{
         .operation = "ksl_set_PVID",
         .what = "PVID of port {}",
         .undone = "not set",
