@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writers killed at any moment: what they finished is there, whole and in order, and nothing else is.
+//
+// TRACE_KBUF_TEST_KILLS says how many are killed, TRACE_KBUF_TEST_SEED when.
+#include "judge.h"
+#include "trace_files.h"
+
+#include <ring.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <random>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <thread>
+
+using namespace trace_files;
+using stamped::Finished;
+using stamped::Judge;
+
+namespace {
+
+constexpr char kName[] = "KILLED";
+constexpr uint32_t kThreads = 4;
+
+uint32_t setting(const char *name, uint32_t otherwise) {
+    const char *text = getenv(name);
+    return text == nullptr ? otherwise : static_cast<uint32_t>(std::strtoul(text, nullptr, 10));
+}
+
+uint32_t kills() {
+    return setting("TRACE_KBUF_TEST_KILLS", KILLS);
+}
+
+void wait_us(uint32_t microseconds) {
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
+uint32_t open_in_child(uint32_t size) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // should the test itself be stopped
+    uint32_t descriptor = 0;
+    return trace_kbuf_init_buffer(&descriptor, kName, size) == 0 ? descriptor : 0;
+}
+
+// Starts a process that writes as `writer` without end.
+pid_t start_writer(const Finished &finished, uint32_t writer, uint32_t size) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const uint32_t descriptor = open_in_child(size);
+        while (finished.write_next(descriptor, writer) == 0) {
+        }
+        _exit(1);
+    }
+    return pid;
+}
+
+// Starts a process whose threads write as `first` and the next ones, in bursts and with pauses: so a thread that
+// waits for a processor in mid-record is not overtaken by a whole turn of a large ring.
+pid_t start_threads(const Finished &finished, uint32_t first, uint32_t size, uint32_t pause_us) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const uint32_t descriptor = open_in_child(size);
+        std::vector<std::thread> threads;
+        for (uint32_t t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&finished, descriptor, writer = first + t, pause_us] {
+                for (uint32_t burst = 8;; --burst) {
+                    if (finished.write_next(descriptor, writer) != 0) {
+                        _exit(1);
+                    }
+                    if (burst == 0 && pause_us != 0) {
+                        wait_us(pause_us);
+                        burst = 8;
+                    }
+                }
+            });
+        }
+        threads.front().join();
+    }
+    return pid;
+}
+
+void kill_and_wait(pid_t pid) {
+    ASSERT_EQ(kill(pid, SIGKILL), 0);
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "it ended before it was killed: " << status;
+}
+
+class Killed : public TraceTest {
+protected:
+    Killed() : seed_(setting("TRACE_KBUF_TEST_SEED", 1)), random_(seed_) { use_files(); }
+
+    std::string file() const { return path(std::string(kName) + ".kbuf"); }
+    uint32_t random(uint32_t below) { return std::uniform_int_distribution<uint32_t>(0, below - 1)(random_); }
+
+    static void wait_for_records(const Finished &finished, uint32_t first, uint32_t writers) {
+        for (uint32_t writer = first; writer < first + writers; ++writer) {
+            for (int tries = 0; finished[writer] == 0 && tries < 20'000; ++tries) {
+                wait_us(500);
+            }
+            ASSERT_NE(finished[writer], 0u) << "writer " << writer << " does not write";
+        }
+    }
+
+    uint32_t seed_;
+    std::mt19937 random_;
+};
+
+// Each file sees several writers, one after the other; some of them are killed while they make it.
+TEST_F(Killed, AtRandomMoments) {
+    constexpr uint32_t writers_a_file = 8;
+    uint32_t amid_a_record = 0;
+    for (uint32_t done = 0; done < kills(); done += writers_a_file) {
+        const uint32_t size = random(2) == 0 ? 1024 : 32768;
+        const Finished finished(writers_a_file);
+        Judge judge(finished);
+        for (uint32_t writer = 0; writer < writers_a_file; ++writer) {
+            const pid_t pid = start_writer(finished, writer, size);
+            if (random(4) != 0) {
+                wait_for_records(finished, writer, 1);
+            }
+            wait_us(random(1500));
+            kill_and_wait(pid);
+            const Snapshot snapshot = of_file(file());
+            if (snapshot->status != TRACE_KBUF_WHOLE && finished[writer] == 0 && snapshot->record_count == 0) {
+                continue; // killed while it made the file
+            }
+            judge.killed(writer, snapshot->written);
+            ASSERT_EQ(judge.completeness(*snapshot), "") << "kill " << done + writer << ", seed " << seed_;
+            if (snapshot->record_count != 0) {
+                amid_a_record += snapshot->records[snapshot->record_count - 1].sequence + 1 != snapshot->written;
+            }
+        }
+        ASSERT_EQ(of_file(file())->status, TRACE_KBUF_WHOLE);
+        std::filesystem::remove(file());
+    }
+    std::cout << "seed " << seed_ << ": " << kills() << " kills, " << amid_a_record << " of them amid a record"
+              << std::endl;
+}
+
+// A stopped writer's file is what a killed one's would be: looked at after each single instruction, over a few turns
+// of the ring. The commit word keeps its word besides, whatever the checksum says.
+TEST_F(Killed, AtAnyInstruction) {
+    constexpr uint32_t slots = 16;
+    const Finished finished(1);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const uint32_t descriptor = open_in_child(slots * sizeof(trace_kbuf::Slot));
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            _exit(77);
+        }
+        for (uint32_t i = 0; i < 3 * slots; ++i) {
+            if (i == slots) {
+                raise(SIGSTOP);
+            }
+            finished.write_next(descriptor, 0);
+        }
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 77) {
+        GTEST_SKIP() << "no single steps here";
+    }
+    ASSERT_TRUE(WIFSTOPPED(status));
+    Judge judge(finished);
+    judge.killed(0, UINT64_MAX);
+
+    const int opened = ::open(file().c_str(), O_RDONLY | O_CLOEXEC);
+    constexpr size_t bytes = trace_kbuf::kHeaderBytes + slots * sizeof(trace_kbuf::Slot);
+    const void *image = mmap(nullptr, bytes, PROT_READ, MAP_SHARED, opened, 0);
+    close(opened);
+    ASSERT_NE(image, MAP_FAILED);
+    uint32_t steps = 0;
+    uint32_t amid_a_record = 0;
+    while (WIFSTOPPED(status) && !HasFailure()) {
+        const Snapshot snapshot = {trace_kbuf_snapshot_bytes(image, bytes, kName), &trace_kbuf_snapshot_free};
+        EXPECT_EQ(judge.completeness(*snapshot), "") << "after instruction " << steps;
+        amid_a_record += snapshot->incomplete != 0;
+        for (uint32_t index = 0; index < slots; ++index) {
+            trace_kbuf::SlotWords words;
+            std::memcpy(words.data(), static_cast<const char *>(image) + slot_at(index), sizeof words);
+            const auto *values = &words[trace_kbuf::kFirstValue];
+            const stamped::Values expected = stamped::values_of(values[0], values[1]);
+            const bool whole = std::equal(expected.begin(), expected.end(), values);
+            EXPECT_TRUE(whole || words[trace_kbuf::kCommit] % slots != index) << "after instruction " << steps;
+        }
+        ++steps;
+        ASSERT_EQ(ptrace(PTRACE_SINGLESTEP, pid, nullptr, nullptr), 0);
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    }
+    munmap(const_cast<void *>(image), bytes);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(finished[0], 3 * slots);
+    EXPECT_GT(amid_a_record, 2 * slots * 16) << "a record has so many words";
+    std::cout << steps << " instructions, a record was in the making after " << amid_a_record << std::endl;
+}
+
+// Two processes with four threads each write into one buffer, full already, and are killed one after the other.
+TEST_F(Killed, ManyWritersOfOneBuffer) {
+    constexpr uint32_t size = 1 << 21;
+    const uint32_t rounds = (kills() + 3) / 4;
+    const uint32_t writers = rounds * 2 * kThreads;
+    const Finished finished(writers + 1);
+    uint32_t descriptor = open(kName, size);
+    for (uint32_t i = 0; i < size / sizeof(trace_kbuf::Slot); ++i) {
+        ASSERT_EQ(finished.write_next(descriptor, writers), 0);
+    }
+    trace_kbuf_free(&descriptor);
+    Judge judge(finished);
+    uint32_t incomplete = 0;
+    for (uint32_t first = 0; first < writers; first += 2 * kThreads) {
+        const pid_t pids[] = {start_threads(finished, first, size, 200),
+                              start_threads(finished, first + kThreads, size, 200)};
+        wait_for_records(finished, first, 2 * kThreads);
+        for (uint32_t process = 0; process < 2; ++process) {
+            wait_us(random(3000));
+            kill_and_wait(pids[process]);
+            const Snapshot snapshot = of_file(file());
+            ASSERT_EQ(snapshot->status, TRACE_KBUF_WHOLE) << snapshot->problem;
+            for (uint32_t thread = 0; thread < kThreads; ++thread) {
+                judge.killed(first + process * kThreads + thread, snapshot->written);
+            }
+            ASSERT_EQ(process == 0 ? judge.order(*snapshot) : judge.completeness(*snapshot), "")
+                << "writer " << first << ", seed " << seed_;
+            incomplete = static_cast<uint32_t>(snapshot->incomplete);
+        }
+    }
+    std::cout << "seed " << seed_ << ": " << rounds * 2 << " kills; of " << of_file(file())->written << " records "
+              << incomplete << " of the last turn were in the making" << std::endl;
+}
+
+// The same without pauses into a ring so small that it turns while a thread waits for a processor. What such a thread
+// then writes may spoil a newer record, but never shows a wrong one.
+TEST_F(Killed, ManyWritersInATinyRing) {
+    const uint32_t rounds = (kills() + 7) / 8;
+    const Finished finished(rounds * 2 * kThreads);
+    const Judge judge(finished);
+    for (uint32_t round = 0; round < rounds; ++round) {
+        const uint32_t first = round * 2 * kThreads;
+        const pid_t pids[] = {start_threads(finished, first, 1024, 0),
+                              start_threads(finished, first + kThreads, 1024, 0)};
+        wait_for_records(finished, first, 2 * kThreads);
+        for (const pid_t pid : pids) {
+            wait_us(random(3000));
+            kill_and_wait(pid);
+            const Snapshot snapshot = of_file(file());
+            ASSERT_EQ(snapshot->status, TRACE_KBUF_WHOLE) << snapshot->problem;
+            ASSERT_EQ(judge.order(*snapshot), "") << "round " << round << ", seed " << seed_;
+        }
+    }
+}
+
+} // namespace
