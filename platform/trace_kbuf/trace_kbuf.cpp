@@ -273,6 +273,12 @@ EXPORTED size_t trace_kbuf_copy(const char *name, void *bytes, size_t room) {
         std::memcpy(out + offsetof(Header, anchors) + i * sizeof(Slot), words.data(), sizeof(Slot));
     }
     std::atomic_thread_fence(std::memory_order_acquire);
-    std::memcpy(out, &header, offsetof(Header, anchors));
+    std::memset(out, 0, offsetof(Header, anchors));
+    std::memcpy(out, &header.description, sizeof header.description);
+    for (const std::atomic<uint32_t> *counter : {&header.head, &header.turns, &header.anchors_head}) {
+        const uint32_t value = counter->load(std::memory_order_relaxed);
+        const ptrdiff_t offset = reinterpret_cast<const char *>(counter) - reinterpret_cast<const char *>(&header);
+        std::memcpy(out + offset, &value, sizeof value);
+    }
     return size;
 }

@@ -3,6 +3,7 @@
 //
 // TRACE_KBUF_TEST_KILLS says how many are killed, TRACE_KBUF_TEST_SEED when.
 #include "judge.h"
+#include "settings.h"
 #include "trace_files.h"
 
 #include <ring.h>
@@ -22,11 +23,6 @@ namespace {
 
 constexpr char kName[] = "KILLED";
 constexpr uint32_t kThreads = 4;
-
-uint32_t setting(const char *name, uint32_t otherwise) {
-    const char *text = getenv(name);
-    return text == nullptr ? otherwise : static_cast<uint32_t>(std::strtoul(text, nullptr, 10));
-}
 
 uint32_t kills() {
     return setting("TRACE_KBUF_TEST_KILLS", KILLS);
