@@ -42,13 +42,13 @@ inline bool is_stamped(const trace_kbuf_record &record) {
            std::memcmp(record.values, expected.data(), sizeof expected) == 0;
 }
 
-// How many records each writer has finished; in memory that outlives the writers.
+// How many records each writer has finished; in memory that outlives the writers, or in a file.
 class Finished {
 public:
-    explicit Finished(uint32_t writers)
+    explicit Finished(uint32_t writers, int file = -1)
         : count_(writers), bytes_(writers * sizeof(std::atomic<uint32_t>)),
           numbers_(static_cast<std::atomic<uint32_t> *>(
-              mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
+              mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_SHARED | (file < 0 ? MAP_ANONYMOUS : 0), file, 0))) {
         if (numbers_ == MAP_FAILED) {
             throw std::bad_alloc();
         }
