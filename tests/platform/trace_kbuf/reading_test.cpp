@@ -38,17 +38,17 @@ protected:
                 }
             });
         }
-        std::atomic<uint64_t> shown = 0;
-        std::atomic<uint64_t> read_in_the_making = 0;
+        std::atomic<size_t> shown = 0;
+        std::atomic<size_t> refused = 0;
         for (uint32_t reader = 0; reader < kReaders; ++reader) {
             threads.emplace_back([&] {
-                for (uint64_t seen = 0; !stop; seen = shown) {
+                for (size_t seen = 0; !stop; seen = shown) {
                     const Snapshot snapshot = read();
                     const std::string problem =
                         snapshot->status == TRACE_KBUF_WHOLE ? judge.order(*snapshot) : snapshot->problem;
                     EXPECT_EQ(problem, "");
                     shown += snapshot->record_count;
-                    read_in_the_making += snapshot->incomplete;
+                    refused += static_cast<size_t>(snapshot->incomplete);
                     const bool over = std::chrono::steady_clock::now() > end && seen > 1000;
                     stop = stop || over || !problem.empty();
                 }
@@ -57,7 +57,7 @@ protected:
         for (std::thread &thread : threads) {
             thread.join();
         }
-        std::cout << shown << " records shown, " << read_in_the_making << " refused" << std::endl;
+        std::cout << shown << " records shown, " << refused << " refused" << std::endl;
     }
 
     Finished finished_{kWriters + 1};
