@@ -6,7 +6,7 @@
 #include "kslctl/own_trace.h"
 #include "kslctl/raw.h"
 #include "kslctl/watch.h"
-#include "ksltrace/render_text.h"
+#include "ksltrace/values.h"
 
 #include <algorithm>
 #include <charconv>
