@@ -90,6 +90,14 @@ TEST(Decoder, AnInnerOperationThatWasLeftEarlyEnclosesNothing) {
                 ElementsAre(Lone::no, Lone::left_early, Lone::no, Lone::no, Lone::no, Lone::left_early, Lone::no));
 }
 
+TEST(Decoder, WhatFollowsTheOuterExitIsNotInAnOperationThatWasLeftEarly) {
+    Recording recording;
+    recording.add(kOuterEntry, {0}).add(kInnerEntry).add(kOuterExit, {0}).add(kStep);
+    const Trace trace = recording.decode();
+    EXPECT_THAT(depths(trace), ElementsAre(0, 1, 0, 0));
+    EXPECT_EQ(trace.lines[3].operation, kNone);
+}
+
 TEST(Decoder, AnOutermostOperationThatWasLeftEarlyEnclosesNoLaterOne) {
     Recording recording;
     recording.add(kOuterEntry, {0}).add(kInnerEntry).add(kStep).add(kInnerExit).add(kInnerEntry).add(kInnerExit);

@@ -12,6 +12,7 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import unittest
 
 PATIENCE = 60  # seconds; an emulator on a busy machine is slow
@@ -108,6 +109,41 @@ class Follow(unittest.TestCase):
         program.finish()
         self.assertEqual(follower.line(), "survey -> -3 down=2")
         self.assertEqual(follower.end(signal.SIGINT), 0)
+
+    def test_tells_an_operation_that_ends_soon_once(self):
+        # On a busy machine the writer may come late, but not every time.
+        self.write("mode")
+        program = SurveyProgram(self)
+        arguments = ["XKSL", "--last", "1", "--operation", "survey", "--catalogue", str(program.catalogue)]
+        follower = Follower(self, *arguments)
+        for _ in range(10):
+            program.begin()
+            time.sleep(0.15)
+            program.finish()
+            line = follower.line()
+            if line == "survey chip=7 -> -3 down=2":
+                break
+            self.assertEqual(line, "survey chip=7 -> no exit")
+            self.assertEqual(follower.line(), "survey -> -3 down=2")
+        else:
+            self.fail("it was always told before its end")
+        self.assertEqual(follower.end(signal.SIGINT), 0)
+
+    def test_tells_a_damaged_record_once(self):
+        self.write("mode")
+        with open(self.traces / "XKSL.kbuf", "r+b") as file:
+            file.seek(4096 + 3 * 64 + 8)
+            file.write(b"spoilt")
+        follower = Follower(self, "XKSL")
+        self.assertEqual(follower.line(), "- lower library opened")
+        self.assertEqual(follower.line(), "ksl_read_switch_mode_reg chip=0 -> no exit")
+        time.sleep(0.5)  # several looks
+        self.write("mode")
+        self.assertEqual(follower.line(), "-- 1 record damaged or not finished --")
+        self.assertEqual(follower.line(), "- lower library opened")
+        self.assertEqual(follower.line(), "ksl_read_switch_mode_reg chip=0 -> done")
+        self.assertEqual(follower.end(signal.SIGINT), 0)
+        self.assertTrue(follower.lines.empty())
 
     def test_a_killed_process_leaves_its_last_operation_without_an_exit(self):
         program = SurveyProgram(self)

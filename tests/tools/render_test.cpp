@@ -188,7 +188,42 @@ TEST(RenderDuration, HasThreeDigitsAndAUnit) {
 }
 
 TEST(RegisterName, IsThatOfThePlace) {
-    EXPECT_EQ(register_name(0x01, 0x1C), "port duplex status");
+    const struct {
+        uint32_t page;
+        uint32_t offset;
+        const char *name;
+    } kSingle[] = {
+        {0x00, 0x00, "switch mode"},
+        {0x01, 0x00, "self-test status"},
+        {0x01, 0x10, "link status"},
+        {0x01, 0x14, "link change"},
+        {0x01, 0x18, "port speed status"},
+        {0x01, 0x1C, "port duplex status"},
+        {0x02, 0x06, "age timer"},
+        {0x02, 0x10, "mirror control"},
+        {0x02, 0x14, "ingress mirror mask"},
+        {0x02, 0x20, "egress mirror mask"},
+        {0x05, 0x20, "address search control"},
+        {0x05, 0x24, "address search entry"},
+        {0x05, 0x2C, "address search VLAN"},
+        {0x08, 0x30, "VLAN table command"},
+        {0x08, 0x32, "VLAN table address"},
+        {0x08, 0x38, "VLAN table entry"},
+        {0x32, 0x00, "trunking control"},
+        {0x32, 0x10, "trunk group 0"},
+        {0x34, 0x00, "VLAN enable"},
+        {0x02, 0x21, ""},
+    };
+    for (const auto &[page, offset, name] : kSingle) {
+        EXPECT_EQ(register_name(page, offset), name) << page << ' ' << offset;
+    }
+}
+
+TEST(RegisterName, OfAPortsRegisterHasThePort) {
+    EXPECT_EQ(register_name(0x10, 0x00), "PHY control of port 0");
+    EXPECT_EQ(register_name(0x27, 0x00), "PHY control of port 23");
+    EXPECT_EQ(register_name(0x34, 0x10), "PVID of port 0");
+    EXPECT_EQ(register_name(0x41, 0x9E), "learning threshold of port 23");
     EXPECT_EQ(register_name(0x27, 0x30), "speed indication of port 23");
     EXPECT_EQ(register_name(0x28, 0x30), "");
     EXPECT_EQ(register_name(0x00, 0xE7), "port control of port 23");

@@ -85,6 +85,8 @@ TEST(Since, IsATime) {
     EXPECT_EQ(parse_since("2024-02-29T23:59:58", 0), kStart - 999'999'000);
     EXPECT_EQ(parse_since("2024-02-29T23:59:59.000000001", 0), kStart + 1001);
     EXPECT_EQ(parse_since("1970-01-01T00:00:01.5Z", 0), kSecond * 3 / 2);
+    EXPECT_EQ(parse_since("2100-01-01T00:00:00Z", 0), 4'102'444'800 * kSecond);
+    EXPECT_EQ(parse_since("2999-12-31T23:59:59.25Z", 0), 18'446'744'072 * kSecond + kSecond / 4);
 }
 
 TEST(Since, IsAnAge) {
@@ -96,8 +98,9 @@ TEST(Since, IsAnAge) {
 }
 
 TEST(Since, IsNothingElse) {
-    for (const char *const text : {"", "10", "s", "-1s", "1w", "1 s", "99999999999s", "2024-02-30x", "2024-02-29",
-                                   "2024-02-29T23:59:58.", "2024-02-29T23:59:58+1", "1960-01-01T00:00:00Z"}) {
+    for (const char *const text :
+         {"", "10", "s", "-1s", "1w", "1 s", "99999999999s", "2024-02-30x", "2024-02-30T00:00:00Z", "2024-02-29",
+          "2024-02-29T23:59:58.", "2024-02-29T23:59:58+1", "1960-01-01T00:00:00Z"}) {
         EXPECT_FALSE(parse_since(text, 100 * kSecond)) << text;
     }
 }

@@ -3,10 +3,9 @@
 
 #include "support/exit_status.h"
 
-#include <clocale>
 #include <cstdlib>
 #include <fmt/format.h>
-#include <langinfo.h>
+#include <string_view>
 
 namespace ksltrace {
 
@@ -45,7 +44,15 @@ std::string machine_of(const trace_kbuf_snapshot &snapshot) {
 }
 
 bool wants_unicode() {
-    return std::setlocale(LC_CTYPE, "") != nullptr && std::string_view(nl_langinfo(CODESET)) == "UTF-8";
+    // Not by setlocale(): the hub has no locales installed, and yet a terminal that can.
+    for (const char *const name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *const value = getenv(name);
+        if (value != nullptr && value[0] != '\0') {
+            const std::string_view locale = value;
+            return locale.ends_with(".UTF-8") || locale.ends_with(".utf8");
+        }
+    }
+    return false;
 }
 
 } // namespace ksltrace

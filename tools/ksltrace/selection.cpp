@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <ctime>
 #include <fnmatch.h>
 
@@ -64,6 +65,18 @@ std::optional<uint64_t> parse_age(std::string_view text) {
     }
 }
 
+// By the calendar, since time_t ends in 2038 where it has 32 bits. None for a day that no month has.
+std::optional<int64_t> seconds_since_1970(const tm &time) {
+    const std::chrono::year_month_day date{std::chrono::year(time.tm_year + 1900),
+                                           std::chrono::month(static_cast<unsigned>(time.tm_mon + 1)),
+                                           std::chrono::day(static_cast<unsigned>(time.tm_mday))};
+    if (!date.ok()) {
+        return std::nullopt;
+    }
+    const int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
+    return ((days * 24 + time.tm_hour) * 60 + time.tm_min) * 60 + time.tm_sec;
+}
+
 // The fraction of a second in nanoseconds, and perhaps a Z behind it.
 std::optional<uint64_t> parse_fraction(std::string_view text) {
     uint64_t ns = 0;
@@ -119,8 +132,13 @@ std::optional<uint64_t> parse_since(const std::string &text, uint64_t now_ns) {
     tm time{};
     const char *const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &time);
     const std::optional<uint64_t> fraction = rest == nullptr ? std::nullopt : parse_fraction(rest);
-    const int64_t seconds = fraction ? int64_t{timegm(&time)} : -1;
-    return seconds < 0 ? std::nullopt : std::optional(static_cast<uint64_t>(seconds) * kPerSecond + *fraction);
+    const std::optional<int64_t> seconds = fraction ? seconds_since_1970(time) : std::nullopt;
+    if (!seconds || *seconds < 0) {
+        return std::nullopt;
+    }
+    // No record can be later than what the nanoseconds can tell.
+    constexpr uint64_t kLatest = UINT64_MAX / kPerSecond - 1;
+    return std::min(static_cast<uint64_t>(*seconds), kLatest) * kPerSecond + *fraction;
 }
 
 bool knows_operation(const Catalogue &catalogue, const std::string &pattern) {
