@@ -77,7 +77,7 @@ awk '/^## What did a process/ { wanted = 1 } /^## What it costs/ { wanted = 0 }
      wanted && /^```sh$/ { inside = 1; next } /^```$/ { inside = 0 } inside' README.md |
     sed "s|/tmp/trace|$work/autopsy|g" >"$work/autopsy.sh"
 [ -s "$work/autopsy.sh" ] || fail "the README does not tell how to find out what a process did"
-(cd "$work" && sed '/^kslctl/s/ *#.*/ || [ $? -eq 3 ]/' autopsy.sh | sh -e) >"$work/findings" 2>&1 ||
+(cd "$work" && sed '/^kslctl/s/ *#.*/ || [ $? -eq 3 ]/' autopsy.sh | LC_ALL=C sh -e) >"$work/findings" 2>&1 ||
     fail "what the README says about a process that died does not work"
 grep -q 'ksl_read_link_status_regs chip=9 -> 101 in ' "$work/findings" || fail "the README's commands do not find the failed operation"
 
