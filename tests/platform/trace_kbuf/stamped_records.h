@@ -14,7 +14,7 @@
 
 namespace stamped {
 
-inline constexpr uint32_t kIdentifier = 0x57a3bed0;
+inline constexpr uint32_t kIdentifier = 0xf7a3bed0; // one of those that are left to callers
 inline constexpr uint32_t kHeader = (9u << 16) | 4711;
 
 using Values = std::array<uint32_t, TRACE_KBUF_VALUES>;
