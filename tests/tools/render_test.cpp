@@ -3,6 +3,7 @@
 #include "ksltrace/register_names.h"
 #include "ksltrace/render_json.h"
 #include "ksltrace/render_text.h"
+#include "ksltrace/snapshot.h"
 #include "ksltrace/values.h"
 
 namespace {
@@ -274,6 +275,17 @@ TEST(RenderJson, NotesTellWhatIsMissing) {
     EXPECT_EQ(json[1]["note"], nullptr);
     EXPECT_EQ(json[2]["note"], "left early");
     EXPECT_EQ(json[4]["note"], "no exit");
+}
+
+// A trace may come from anybody.
+TEST(Snapshot, WhatAFileSaysOfItselfSteersNoTerminal) {
+    std::string bytes(192, '\0');
+    bytes.replace(0, 20, std::string("TRCEKBUF\1\2\3\4\0\0\0\1\0\0\0\40", 20));
+    bytes.replace(32, 8, "\x1b[2J\n\x7f \t");
+    bytes.replace(96, 5, "\x1b]0;\x07");
+    const Snapshot snapshot = owned(trace_kbuf_snapshot_bytes(bytes.data(), bytes.size(), "bytes"));
+    EXPECT_STREQ(snapshot->name, "?[2J?? ?");
+    EXPECT_STREQ(snapshot->writer, "?]0;?");
 }
 
 } // namespace

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/snapshot.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <optional>
 #include <unistd.h>
@@ -15,11 +17,12 @@ namespace {
 // More than any buffer's file has.
 constexpr size_t kLongestInput = size_t{64} << 20;
 
-Snapshot owned(trace_kbuf_snapshot *snapshot) {
-    if (snapshot == nullptr) {
-        throw std::bad_alloc();
-    }
-    return Snapshot(snapshot);
+template <size_t Room>
+void make_printable(char (&text)[Room]) {
+    const auto breaks = [](char letter) {
+        return (static_cast<unsigned char>(letter) < ' ' && letter != '\0') || letter == 0x7F;
+    };
+    std::replace_if(std::begin(text), std::end(text), breaks, '?');
 }
 
 Snapshot read_stdin() {
@@ -51,6 +54,15 @@ std::optional<std::string> path_of_buffer(const std::string &name) {
 }
 
 } // namespace
+
+Snapshot owned(trace_kbuf_snapshot *snapshot) {
+    if (snapshot == nullptr) {
+        throw std::bad_alloc();
+    }
+    make_printable(snapshot->name);
+    make_printable(snapshot->writer);
+    return Snapshot(snapshot);
+}
 
 std::string path_of(const std::string &file_or_name) {
     const bool exists = access(file_or_name.c_str(), F_OK) == 0;
