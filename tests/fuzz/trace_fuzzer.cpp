@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
-// Any bytes as a trace file: first as they are, then with their checksums mended, which random bytes never get past.
+// Any bytes as a trace file, read and shown as the tools do it: first as they are, then with their checksums mended,
+// which random bytes never get past.
 #include "require.h"
 
+#include "ksltrace/ctf.h"
 #include "ksltrace/decoder.h"
+#include "ksltrace/perfetto.h"
 #include "ksltrace/render_text.h"
+#include "ksltrace/snapshot.h"
+#include "ksltrace/statistics.h"
 
 #include <format.h>
 #include <image.h>
 #include <trace_kbuf_reader.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace {
@@ -25,6 +30,12 @@ bool ends_within(const char *text, size_t room) {
     return std::find(text, text + room, '\0') != text + room;
 }
 
+bool steers_a_terminal(const std::string &text) {
+    return std::any_of(text.begin(), text.end(), [](char letter) {
+        return (static_cast<unsigned char>(letter) < ' ' && letter != '\n' && letter != '\t') || letter == 0x7F;
+    });
+}
+
 void check_texts(const trace_kbuf_snapshot &snapshot) {
     require(ends_within(snapshot.problem, sizeof snapshot.problem) &&
                 ends_within(snapshot.name, sizeof snapshot.name) &&
@@ -32,6 +43,9 @@ void check_texts(const trace_kbuf_snapshot &snapshot) {
             "texts end within their room");
     require((snapshot.status == TRACE_KBUF_WHOLE) == (snapshot.problem[0] == '\0'),
             "what is not whole has a problem that is told");
+    require(!steers_a_terminal(snapshot.problem) && !steers_a_terminal(snapshot.name) &&
+                !steers_a_terminal(snapshot.writer),
+            "nothing that a file says of itself steers a terminal");
 }
 
 void check_records(const trace_kbuf_snapshot &snapshot) {
@@ -49,24 +63,67 @@ void check_records(const trace_kbuf_snapshot &snapshot) {
     }
 }
 
+// The lines that tell of records, and the number that the others call lost.
+struct Lines {
+    size_t records = 0;
+    uint64_t lost = 0;
+};
+
+Lines lines_of(const std::string &text) {
+    Lines lines;
+    for (size_t at = 0; at < text.size(); at = text.find('\n', at) + 1) {
+        if (text.compare(at, 3, "-- ") == 0) {
+            lines.lost += std::strtoull(&text[at + 3], nullptr, 10);
+        } else {
+            ++lines.records;
+        }
+    }
+    return lines;
+}
+
+void check_text(const ksltrace::Trace &trace) {
+    size_t told = 0;
+    uint64_t lost = trace.lost_at_end;
+    for (const ksltrace::Line &line : trace.lines) {
+        told += line.told_by_exit ? 0U : 1U;
+        lost += line.lost_before;
+    }
+    const std::string text = ksltrace::render_text(trace);
+    const Lines lines = lines_of(text);
+    require(lines.records == told, "a line of text for each record that no other tells");
+    require(lines.lost == lost, "what is lost is told once");
+    const std::string summary = ksltrace::render_text(trace, {.summary = true});
+    require(lines_of(summary).lost == lost, "a summary tells of it, too");
+    require(!steers_a_terminal(text + summary), "nothing in the text steers a terminal");
+}
+
+void check_statistics(const ksltrace::Trace &trace, const std::vector<bool> &all) {
+    size_t count = 0;
+    for (const ksltrace::OperationStatistics &of : ksltrace::statistics_of(trace, all)) {
+        require(of.failed + of.no_exit <= of.count, "an operation ended in one way");
+        const auto in_order = [](const std::optional<ksltrace::Times> &times) {
+            return !times ||
+                   (times->least <= times->median && times->median <= times->p99 && times->p99 <= times->most);
+        };
+        require(in_order(of.elapsed_us) && in_order(of.run_time_us), "the least time comes first");
+        count += of.count;
+    }
+    require(count == trace.operations.size(), "every operation is counted once");
+}
+
 void check_rendering(const trace_kbuf_snapshot &snapshot) {
     const ksltrace::Trace trace = ksltrace::decode(snapshot, ksltrace::library_catalogue());
+    const std::vector<bool> all(trace.lines.size(), true);
     require(trace.lines.size() == snapshot.record_count, "a line for each record");
-    const std::string text = ksltrace::render_text(trace);
-    size_t expected = trace.lost_at_end > 0 ? 1 : 0;
-    for (const ksltrace::Line &line : trace.lines) {
-        expected += (line.lost_before > 0 ? 1U : 0U) + (line.told_by_exit ? 0U : 1U);
-    }
-    require(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) == expected,
-            "a line of text for each record that no other tells, and for what is lost");
-    require(std::none_of(text.begin(), text.end(), [](char letter) { return letter == '\x1b' || letter == '\0'; }),
-            "nothing in the text steers a terminal");
+    check_text(trace);
+    check_statistics(trace, all);
+    require(!steers_a_terminal(ksltrace::render_perfetto(snapshot, trace, all)), "an export is text");
+    const ksltrace::CtfTrace exported = ksltrace::render_ctf(snapshot, trace, all);
+    require(!steers_a_terminal(exported.metadata), "and so is what describes one");
 }
 
 void check(const Bytes &bytes) {
-    const std::unique_ptr<trace_kbuf_snapshot, decltype(&trace_kbuf_snapshot_free)> snapshot(
-        trace_kbuf_snapshot_bytes(bytes.data(), bytes.size(), "input"), &trace_kbuf_snapshot_free);
-    require(snapshot != nullptr, "there is a snapshot of any bytes");
+    const ksltrace::Snapshot snapshot = ksltrace::owned(trace_kbuf_snapshot_bytes(bytes.data(), bytes.size(), "input"));
     check_texts(*snapshot);
     check_records(*snapshot);
     check_rendering(*snapshot);
