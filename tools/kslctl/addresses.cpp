@@ -132,7 +132,9 @@ Addresses walk_addresses(uint32_t chip, Report &report) {
     Addresses addresses;
     walked = &addresses.entries;
     addresses.entries.reserve(kRoom);
-    if (!stays_within_room([chip] { __KSL_READ_ARL_TABLE(chip, take_walked_entry); })) {
+    const bool ended = stays_within_room([chip] { __KSL_READ_ARL_TABLE(chip, take_walked_entry); });
+    walked = nullptr;
+    if (!ended) {
         report_endless(chip, "__KSL_READ_ARL_TABLE", report);
         return {{}, false};
     }

@@ -107,7 +107,7 @@ private:
     Table table_{columns(has_vids_)};
 };
 
-ChipResult show_raw(Context &context, const std::vector<Address> &addresses) {
+ChipResult show_raw(const Context &context, const std::vector<Address> &addresses) {
     std::vector<RawRegister> registers;
     uint32_t number = 0;
     for (const Address &address : addresses) {

@@ -117,7 +117,7 @@ ChipResult show_reading(Context &context, const CounterReading *before, const Co
     return {json, table.render(context.style)};
 }
 
-ChipResult show_raw(Context &context, const CounterReading &now, bool nonzero) {
+ChipResult show_raw(const Context &context, const CounterReading &now, bool nonzero) {
     std::vector<RawRegister> registers;
     for (const auto &[port, values] : now.ports) {
         for (size_t i = 0; i < kCounters; ++i) {

@@ -59,11 +59,11 @@ bool same_pvid(const Bytes &one, const Bytes &other) {
     return kslcfg::pvid_from(one.data()) == kslcfg::pvid_from(other.data());
 }
 
-Json pvid_value(Context &context, const std::optional<Bytes> &bytes) {
+Json pvid_value(const Context &context, const std::optional<Bytes> &bytes) {
     return bytes && !context.options.raw ? pvid_json(*bytes) : hex_or_null(bytes, kPvid.length);
 }
 
-std::string pvid_value_text(Context &context, const std::optional<Bytes> &bytes) {
+std::string pvid_value_text(const Context &context, const std::optional<Bytes> &bytes) {
     return bytes && !context.options.raw ? pvid_text(*bytes) : hex_or_mark(bytes, kPvid.length);
 }
 
@@ -100,7 +100,7 @@ ChipResult validate_pvids(Context &context, uint32_t chip, const Configuration &
 
 // ---- validate vlan ----
 
-Json entry_value(Context &context, const std::optional<Bytes> &bytes) {
+Json entry_value(const Context &context, const std::optional<Bytes> &bytes) {
     return bytes && !context.options.raw ? vlan_entry_json(*bytes) : hex_or_null(bytes, 8);
 }
 
