@@ -10,6 +10,7 @@ work=$(mktemp -d)
 pid=
 trap '[ -z "$pid" ] || kill -9 "$pid" 2>/dev/null; rm -rf "$work"' EXIT
 export HWA_SIM_DIR="$work/hub"
+export LC_ALL=C # the two may know different ones
 
 on_native() {
     program=$1
@@ -42,7 +43,11 @@ render() {
     "on_$writer" bin/ksltrace export "$1" --ctf "$work/$writer.ctf"
     "on_$reader" bin/ksltrace export "$1" --ctf "$work/$writer.ctf.other"
     diff -r "$work/$writer.ctf" "$work/$writer.ctf.other" || fail "the $writer trace is another CTF trace on $reader"
-    babeltrace2 "$work/$writer.ctf" >"$work/$writer.events" || fail "babeltrace2 does not read the $writer trace"
+    # It warns of the record that a killed writer had begun.
+    babeltrace2 "$work/$writer.ctf" >"$work/$writer.events" 2>"$work/log" || {
+        cat "$work/log" >&2
+        fail "babeltrace2 does not read the $writer trace"
+    }
     [ "$(wc -l <"$work/$writer.events")" -eq "$(sed 1d "$work/$writer.json.own" | wc -l)" ] ||
         fail "babeltrace2 finds another number of events in the $writer trace"
 }
