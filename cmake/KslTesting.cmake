@@ -9,15 +9,29 @@ endforeach()
 
 include(GoogleTest)
 
+# What all test programs are compiled with. What is tested is optimized; the tests themselves would only take longer to
+# build. Files have 64-bit numbers under the emulator, too.
+add_library(ksl_test_options INTERFACE)
+target_compile_options(ksl_test_options INTERFACE -O0 ${KSL_WARNINGS})
+target_compile_definitions(ksl_test_options INTERFACE _FILE_OFFSET_BITS=64)
+target_link_libraries(ksl_test_options INTERFACE gmock_main)
+
+# GoogleTest's headers, parsed once for all of them; with the flags of a program, which are not those of a library.
+file(WRITE ${CMAKE_BINARY_DIR}/googletest/headers.cpp "")
+add_library(ksl_test_headers OBJECT EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/googletest/headers.cpp)
+set_target_properties(ksl_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+target_compile_options(ksl_test_headers PRIVATE -fPIE)
+target_link_libraries(ksl_test_headers PRIVATE ksl_test_options)
+target_precompile_headers(ksl_test_headers PRIVATE <gmock/gmock.h>)
+
 # ksl_test(NAME [SOURCES file...] [LIBRARIES target...]): one GoogleTest program; each of its
 # tests is a test of ctest, run under the emulator when cross-compiling.
 function(ksl_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;DEFINITIONS")
-  ksl_executable(${name} ${arg_SOURCES})
+  add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} gmock_main)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} ksl_test_options)
   target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
-  # What is tested is optimized; the tests themselves would only take longer to build.
-  target_compile_options(${name} PRIVATE -O0)
+  target_precompile_headers(${name} REUSE_FROM ksl_test_headers)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
