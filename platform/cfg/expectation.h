@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the registers of a switch chip are expected to hold, its JSON form (docs/ksl-expectation.md), and the records
+// What the registers of a switch chip are expected to hold, its JSON form (ksl-expectation(5)), and the records
 // by which libksl compares it with the chip.
 #pragma once
 

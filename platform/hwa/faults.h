@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Failures on demand: the rules of HWA_SIM_FAULTS (docs/hwa-sim.md has the grammar).
+// Failures on demand: the rules of HWA_SIM_FAULTS (hwa-sim(7) has the grammar).
 #pragma once
 
 #include <chrono>

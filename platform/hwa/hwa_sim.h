@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /**
  * What the simulated hub has beyond the lower switch-access library's entry points (hwa.h).
- * docs/hwa-sim.md tells how to choose its scenario, its faults and its log.
+ * hwa-sim(7) tells how to choose its scenario, its faults and its log.
  */
 #ifndef HWA_SIM_H
 #define HWA_SIM_H

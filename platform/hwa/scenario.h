@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The hub that a run starts from, described in JSON (docs/hwa-sim.md has the format).
+// The hub that a run starts from, described in JSON (hwa-sim(7) has the format).
 #pragma once
 
 #include "image.h"

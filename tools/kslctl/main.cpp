@@ -39,7 +39,7 @@ Examples:
   kslctl --simulate --trace bist       what the library did, step by step
   HWA_SIM_FAULTS='getreg page=1 offset=0x18 code=17' kslctl --simulate status
 
-Environment (docs/hwa-sim.md tells all about the simulated hub):
+Environment (hwa-sim(7) tells all about the simulated hub):
   HWA_SIM_DIR        folder in which the simulated hub keeps its state
   HWA_SIM_SCENARIO   JSON file with the state that it starts from
   HWA_SIM_FAULTS     accesses that it lets fail

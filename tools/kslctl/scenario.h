@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A chip as the simulated hub's scenario files describe one (docs/hwa-sim.md).
+// A chip as the simulated hub's scenario files describe one (hwa-sim(7)).
 #pragma once
 
 #include "kslctl/report.h"

@@ -110,8 +110,7 @@ TEST(ParseExpectation, ReadsTheDescribedExample) {
     std::ostringstream text;
     text << std::ifstream(DOCUMENT).rdbuf();
     const std::string document = text.str();
-    const std::string fence = "```json\n";
-    const std::size_t start = document.find(fence) + fence.size();
+    const std::size_t start = document.find("```\n{") + 4;
     const Expectation expectation = parse(document.substr(start, document.find("```", start) - start));
     EXPECT_EQ(expectation.pvids[13], (Pvid{300, 7}));
     ASSERT_NE(find_vlan(expectation, 300), nullptr);

@@ -36,7 +36,7 @@ void check_scenario(const Options &options) {
 }
 
 constexpr char kScenarioHelp[] =
-    R"(Writes the hub in front of it, real or simulated, as a scenario file of the simulated hub (docs/hwa-sim.md),
+    R"(Writes the hub in front of it, real or simulated, as a scenario file of the simulated hub (hwa-sim(7)),
 which HWA_SIM_SCENARIO can name:
   kslctl --chip 0,1 hub scenario >hub.json
   HWA_SIM_SCENARIO=hub.json kslctl --simulate --chip 0,1 status
@@ -85,7 +85,7 @@ void check_expectation(const Options &options) {
 
 constexpr char kExpectationHelp[] =
     R"(Writes the PVIDs of all ports and the valid entries of the VLAN table as an expected configuration
-(docs/ksl-expectation.md), with which the chip can be compared later:
+(ksl-expectation(5)), with which the chip can be compared later:
   kslctl hub expectation >before.json
   kslctl vlan pvid 3 200
   kslctl validate pvid --expect before.json
