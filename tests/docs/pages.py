@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: Apache-2.0
 """Holds the manual pages to what they are about.
 
-    pages.py lint                    the pages are well-formed, and what they refer to exists
-    pages.py operations              every exported operation has its place, with the header's prototype
-    pages.py commands TOOL [WORD...] every command and option of TOOL --help is in its page, and no other;
-                                     the words before the tool's path are the emulator
+    pages.py lint            the pages are well-formed, and what they refer to exists
+    pages.py operations      every exported operation has its place, with the header's prototype
+    pages.py commands TOOL   every command and option of TOOL --help is in its page, and no other
 """
 
 import re
+import shutil
 import subprocess
 import sys
 
@@ -21,6 +21,9 @@ FOREIGN = {"ntohl(3)", "less(1)"}
 
 
 def lint():
+    for tool in ("scdoc", "mandoc"):
+        if not shutil.which(tool):
+            sys.exit(f"{tool} is missing: install the package of that name")
     known = {page.stem.removesuffix(".scd") for page in PAGES}
     known |= {f"{name}.3" for page in PAGES if page.stem.endswith(".3") for name in names(page)}
     for page in PAGES:
@@ -118,39 +121,37 @@ def commands_of_page(page):
     return found
 
 
-def commands(command):
+def commands(tool):
     def run(words):
-        return subprocess.run([*command, *words], capture_output=True, text=True, check=True).stdout
+        return subprocess.run([tool, *words], capture_output=True, text=True, check=True).stdout
 
-    tool = command[-1].rpartition("/")[2]
-    page = TOP / f"docs/man/{tool}.1.scd"
-    in_help = {name: {option for option in options if option[0] != "help" or name == "COMMAND"}
-               for name, options in commands_of_help(run).items()}
+    name = tool.rpartition("/")[2]
+    page = TOP / f"docs/man/{name}.1.scd"
+    # Every command has --help; the page says so once.
+    in_help = {command: {option for option in options if option[0] != "help" or command == "COMMAND"}
+               for command, options in commands_of_help(run).items()}
     in_page = commands_of_page(page)
-    for name in sorted(in_help.keys() | in_page.keys()):
-        if name not in in_page:
-            yield f"{page.name} does not tell of: {tool} {name}"
-        elif name not in in_help:
-            yield f"{page.name} tells of what {tool} --help does not: {name}"
+    for command in sorted(in_help.keys() | in_page.keys()):
+        if command not in in_page:
+            yield f"{page.name} does not tell of: {name} {command}"
+        elif command not in in_help:
+            yield f"{page.name} tells of what {name} --help does not: {command}"
         else:
-            for option in sorted(in_help[name] ^ in_page[name]):
-                where = page.name if option in in_page[name] else f"{tool} --help"
-                yield f"--{option[0]} {option[1]} of {tool} {name} is only in {where}"
+            for option in sorted(in_help[command] ^ in_page[command]):
+                where = page.name if option in in_page[command] else f"{name} --help"
+                yield f"--{' '.join(option).strip()} of {name} {command} is only in {where}"
     text = run(["--help"])
-    for heading in ("ENVIRONMENT", "EXIT STATUS"):
-        in_help = re.search(rf"(?msi)^{heading}[^\n]*:\n(.*?)(?:^$|\Z)", text).group(1)
-        words = set(re.findall(r"(?m)^  ([A-Z_]+|\d) ", in_help))
-        in_page = set(re.findall(r"(?m)^([A-Z_]+|\d)$|(?<=, )([A-Z_]+)$", plain(sections(page)[heading]))) and set(
-            word for line in plain(sections(page)[heading]).splitlines() if not line.startswith("\t")
-            for word in line.split(", ") if word)
-        if heading == "ENVIRONMENT":
-            in_page.discard("LD_LIBRARY_PATH")  # the loader's; --help tells of it elsewhere
-        if words != in_page:
-            yield f"{page.name} has {sorted(in_page)} under {heading}, --help has {sorted(words)}"
+    for heading in ("Environment", "Exit status"):
+        in_help = re.search(rf"(?ms)^{heading}[^\n]*:\n(.*?)(?:^$|\Z)", text)[1]
+        in_help = set(re.findall(r"(?m)^  ([A-Z_]+|\d) ", in_help))
+        terms = re.findall(r"(?m)^[A-Z_, ]+$|^\d$", plain(sections(page)[heading.upper()]))
+        in_page = {term for line in terms for term in line.split(", ")} - {"LD_LIBRARY_PATH"}  # the loader's
+        for term in sorted(in_help ^ in_page):
+            yield f"{heading}: {term} is only in {page.name if term in in_page else f'{name} --help'}"
 
 
 def main():
-    checks = {"lint": lint, "operations": operations, "commands": lambda: commands(sys.argv[2:])}
+    checks = {"lint": lint, "operations": operations, "commands": lambda: commands(sys.argv[2])}
     complaints = list(checks[sys.argv[1]]())
     print("\n".join(complaints))
     return 1 if complaints else 0

@@ -6,8 +6,8 @@
 
 A session is a block of the kind "console", in a manual page one that begins with "$ ": lines with "$ " are typed
 ("> " continues one), the others are printed. "..." stands for any text; alone on a line, for any lines. What differs
-from run to run (golden.VOLATILE) may do so here. All sessions of a document are one shell's. It begins in a folder with the tree's folders and the build as build/native; nothing
-that is there before is changed. A block after which the text says "Save it as NAME" or "Saved as NAME" is that file.
+from run to run (golden.VOLATILE) may do so here. All sessions of a document are one shell's, which begins in a folder
+of its own with the tree's folders and the build as build/native. A block after which the text says "Save it as NAME" or "Saved as NAME" is that file.
 In a manual page a C program is built with the library and run, and prints the block behind it.
 """
 
@@ -23,6 +23,7 @@ from document import TOP, literal_blocks
 sys.path.append(str(TOP / "tests/tools"))
 from golden import VOLATILE
 
+VOLATILE = [*VOLATILE, (r"\bstate /\S+/hub\.state$", "state <folder>/hub.state")]
 LINKED = ("include", "examples", "docs", "src", "platform", "cmake", "tests")
 
 
@@ -63,7 +64,7 @@ def pattern(lines):
 def steady(lines):
     text = "\n".join(lines)
     for volatile, replacement in VOLATILE:
-        text = re.sub(volatile, replacement, text)
+        text = re.sub(volatile, replacement, text, flags=re.M)
     return text.splitlines()
 
 
@@ -80,7 +81,7 @@ def environment(folder, build):
     runtime = pathlib.Path(folder, "run")
     runtime.mkdir()
     return {**kept, "PATH": f"{build}/bin:{kept['PATH']}", "HOME": folder, "LANG": "C.UTF-8", "LC_ALL": "C.UTF-8",
-            "XDG_RUNTIME_DIR": str(runtime)}
+            "TMPDIR": folder, "XDG_RUNTIME_DIR": str(runtime)}
 
 
 def check_sessions(path, build):
