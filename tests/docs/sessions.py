@@ -7,8 +7,9 @@
 A session is a block of the kind "console", in a manual page one that begins with "$ ": lines with "$ " are typed
 ("> " continues one), the others are printed. "..." stands for any text; alone on a line, for any lines. What differs
 from run to run (golden.VOLATILE) may do so here. All sessions of a document are one shell's, which begins in a folder
-of its own with the tree's folders and the build as build/native. A block after which the text says "Save it as NAME" or "Saved as NAME" is that file.
-In a manual page a C program is built with the library and run, and prints the block behind it.
+of its own with the tree's folders and the build as build/native. A block after which the text says "Save it as NAME"
+or "Saved as NAME" is that file. In a manual page a C program is built with the library and run, and prints the block
+behind it.
 """
 
 import os
@@ -98,7 +99,8 @@ def check_sessions(path, build):
         for number, name, text in steps:
             if number == "file":
                 (here / name).write_text(text)
-        subprocess.run(["sh", "-c", script], cwd=here, env=variables, stdin=subprocess.DEVNULL, timeout=240, check=False)
+        subprocess.run(["sh", "-c", script], cwd=here, env=variables, stdin=subprocess.DEVNULL, timeout=240,
+                       check=False)
         for at, (number, command, expected) in enumerate(steps):
             if number == "file":
                 continue
