@@ -29,8 +29,9 @@ def lint():
     for page in PAGES:
         text = page.read_text()
         title, _, section = page.stem.rpartition(".")
-        if not text.startswith(f"{title}({section})\n\n; SPDX-License-Identifier: Apache-2.0\n"):
-            yield f"{page.name} must begin with its title and the licence"
+        begin = f'{title}({section}) "ksl @PROJECT_VERSION@"\n\n; SPDX-License-Identifier: Apache-2.0\n'
+        if not text.startswith(begin):
+            yield f"{page.name} must begin with its title, the version and the licence"
         if "EXAMPLE" not in sections(page):
             yield f"{page.name} has no example"
         scdoc = subprocess.run(["scdoc"], input=text, capture_output=True, text=True, check=False)
