@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Holds the manual pages to what they are about.
 
-    pages.py lint            the pages are well-formed, and what they refer to exists
+    pages.py lint            the pages are well-formed, and what they and the other documents refer to exists
     pages.py operations      every exported operation has its place, with the header's prototype
     pages.py commands TOOL   every command and option of TOOL --help is in its page, and no other
 """
@@ -46,6 +46,10 @@ def lint():
             name = plain(name)
             if f"{name}.{number}" not in known and f"{name}({number})" not in FOREIGN:
                 yield f"{page.name} refers to {name}({number}), which is not there"
+    for document in [*TOP.glob("*.md"), *TOP.glob("docs/*.md")]:
+        for target in re.findall(r"\]\((?!https?:)([^)#]+)", document.read_text()):
+            if not (document.parent / target).exists():
+                yield f"{document.name} points to {target}, which is not there"
 
 
 def exported():
