@@ -34,11 +34,11 @@ def lint():
             yield f"{page.name} must begin with its title, the version and the licence"
         if "EXAMPLE" not in sections(page):
             yield f"{page.name} has no example"
-        scdoc = subprocess.run(["scdoc"], input=text, capture_output=True, text=True, check=False)
-        if scdoc.returncode != 0:
-            yield f"{page.name}: {scdoc.stderr.strip()}"
+        rendered = subprocess.run([TOP / "docs/man/render"], input=text, capture_output=True, text=True, check=False)
+        if rendered.returncode != 0:
+            yield f"{page.name}: {rendered.stderr.strip()}"
             continue
-        mandoc = subprocess.run(["mandoc", "-Tlint"], input=scdoc.stdout, capture_output=True, text=True, check=False)
+        mandoc = subprocess.run(["mandoc", "-Tlint"], input=rendered.stdout, capture_output=True, text=True, check=False)
         for complaint in mandoc.stdout.splitlines():
             if not any(usual in complaint for usual in OF_SCDOC):
                 yield f"{page.name}: {complaint}"
@@ -66,11 +66,9 @@ def prototypes(text):
 
 def operations():
     declared = prototypes((TOP / "include/ksl/ksl.h").read_text())
-    table = sections(next(page for page in PAGES if page.name == "libksl.7.scd"))["DESCRIPTION"]
-    rows = {}
-    for row in re.split(r"(?m)^\|\[ ", table)[1:]:
-        cells = [plain(cell) for cell in re.split(r"(?m)^:\[ ", row.split("\n\n")[0])]
-        rows[cells[0].strip()] = set(re.findall(r"\w+", cells[1])) if len(cells) > 1 else set()
+    overview = sections(next(page for page in PAGES if page.name == "libksl.7.scd"))["DESCRIPTION"]
+    families = {plain(title): set(re.findall(r"\w+", plain(operations)))
+                for title, operations in re.findall(r"(?m)^(\*.*\*\(3\)), .*\n((?:\t.*\n)+)", overview)}
     home = {}
     for page in PAGES:
         if not page.stem.endswith(".3"):
@@ -86,8 +84,8 @@ def operations():
             if f"*{name}*(" not in sections(page)["DESCRIPTION"].replace("\\", "") and f"[ {name}\n" not in \
                     page.read_text().replace("\\", ""):
                 yield f"{page.name} does not describe {name}"
-        if rows.get(f"{title}(3)") != set(names(page)):
-            yield f"the table of libksl.7.scd does not have the operations of {page.name}"
+        if families.get(f"{title}(3)") != set(names(page)):
+            yield f"libksl.7.scd does not name the operations of {page.name}"
         for heading in ("DESCRIPTION", "REGISTERS", "RETURN VALUE", "TRACE"):
             if heading not in sections(page):
                 yield f"{page.name} has no section {heading}"

@@ -189,8 +189,7 @@ Result validate(Context &context, const Source &source, const Validation &valida
 void add_source(CLI::App &command, const std::shared_ptr<Source> &source) {
     const auto part = [&](std::string &text) { return std::shared_ptr<std::string>(source, &text); };
     add_option(command, "--config", "LIBRARY", part(source->library), "Configuration library, by its path");
-    add_option(command, "--expect", "FILE", part(source->file),
-               "Expected configuration as JSON (ksl-expectation(5))");
+    add_option(command, "--expect", "FILE", part(source->file), "Expected configuration as JSON (ksl-expectation(5))");
 }
 
 void check_source(const Source &source) {
