@@ -38,7 +38,8 @@ def lint():
         if rendered.returncode != 0:
             yield f"{page.name}: {rendered.stderr.strip()}"
             continue
-        mandoc = subprocess.run(["mandoc", "-Tlint"], input=rendered.stdout, capture_output=True, text=True, check=False)
+        mandoc = subprocess.run(["mandoc", "-Tlint"], input=rendered.stdout, capture_output=True, text=True,
+                                check=False)
         for complaint in mandoc.stdout.splitlines():
             if not any(usual in complaint for usual in OF_SCDOC):
                 yield f"{page.name}: {complaint}"
