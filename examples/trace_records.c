@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* A program that writes records of its own into the library's trace, so that one listing tells what the program did
  * and what the switch did on its behalf:
- *     cc trace_records.c -o trace_records -lksl -ltrace_kbuf -Wl,--allow-shlib-undefined
+ *     cc trace_records.c -o trace_records $(pkg-config --cflags --libs ksl trace_kbuf)
  *     TRACE_KBUF_DIR=/tmp/trace ./trace_records
  *     ksltrace --catalogue trace_records.json show /tmp/trace/XKSL.kbuf
  * trace_records.json tells ksltrace what the numbers mean. Identifiers from 0x80000000 are left to callers. */

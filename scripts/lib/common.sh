@@ -36,10 +36,13 @@ need_packages() {
 
 # Packages that every build of the whole tree wants.
 # shellcheck disable=SC2034 # for the scripts
-build_packages='cmake ninja-build g++ libcli11-dev nlohmann-json3-dev libfmt-dev'
+build_packages='cmake ninja-build g++ libcli11-dev nlohmann-json3-dev libfmt-dev scdoc'
 # Packages that cross-building for PowerPC and running the result want on top.
 # shellcheck disable=SC2034
 powerpc_packages='g++-powerpc-linux-gnu qemu-user'
+# What making and trying the Debian packages wants on top, with the shells that complete command lines.
+# shellcheck disable=SC2034
+package_packages='dpkg-dev lintian pkgconf bash zsh fish'
 
 # build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET. Shows its progress on a terminal; otherwise
 # it is silent unless something fails.

@@ -26,4 +26,8 @@ std::string path_beside_program(const std::string &library) {
     return access(built.c_str(), F_OK) == 0 ? built : installed;
 }
 
+std::string path_of_simulator(const std::string &library) {
+    return path_beside_program(KSL_SIMULATOR_FOLDER "/" + library);
+}
+
 } // namespace kslctl

@@ -8,5 +8,7 @@ namespace kslctl {
 
 // Where the library is in the build folder, else where it would be installed. It need not be there.
 std::string path_beside_program(const std::string &library);
+// The same of a library of the simulator. Of its name there may be the hub's own, which this never is.
+std::string path_of_simulator(const std::string &library);
 
 } // namespace kslctl

@@ -40,7 +40,7 @@ Library::~Library() {
 }
 
 void Library::open_simulated_hub() {
-    const std::string path = path_beside_program(kSimulatedHub);
+    const std::string path = path_of_simulator(kSimulatedHub);
     if (access(path.c_str(), F_OK) != 0) {
         problem_ =
             fmt::format("--simulate: there is no simulated hub beside this program: {} is missing; install it with "

@@ -84,6 +84,24 @@ void add_options(CLI::App &app, Options &options) {
     app.add_flag("--simulate", options.simulate, "Use the simulated hub instead of the real one");
 }
 
+tools::Suggestions suggestions() {
+    const std::vector<std::string> ports = tools::numbers_to(KSL_PORTS - 1);
+    return {{"PORT", ports},
+            {"A", ports},
+            {"B", ports},
+            {"CAPTURE", ports},
+            {"FIRST", ports},
+            {"LAST", ports},
+            {"--port", ports},
+            {"SPEED", {"10", "100"}},
+            {"PRIORITY", tools::numbers_to(7)},
+            {"WAY", {"list", "walk", "search"}},
+            {"GROUP", tools::numbers_to(1)},
+            {"CONFIGURATION", tools::numbers_to(2)},
+            {"--config", {tools::kFiles}},
+            {"--expect", {tools::kFiles}}};
+}
+
 Json hub_json(const Library &library) {
     const auto text_or_null = [](const std::optional<std::string> &text) { return text ? Json(*text) : Json(nullptr); };
     return {{"library", text_or_null(library.lower_library())},
@@ -177,7 +195,7 @@ int run(int argc, char **argv) {
     add_chip_commands(commands);
     add_reg_commands(commands);
 
-    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, out)) {
+    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions(), out)) {
         return *status;
     }
     try {

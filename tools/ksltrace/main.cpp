@@ -102,6 +102,20 @@ Commands add_commands(CLI::App &app, Options &options) {
     return commands;
 }
 
+tools::Suggestions suggestions() {
+    std::vector<std::string> operations;
+    for (const Point *point : library_catalogue().sorted()) {
+        if (point->kind == Kind::entry) {
+            operations.emplace_back(point->text);
+        }
+    }
+    return {{"FILE-or-NAME", {tools::kFiles}},
+            {"FOLDER", {tools::kFiles}},
+            {"--catalogue", {tools::kFiles}},
+            {"--ctf", {tools::kFiles}},
+            {"--operation", operations}};
+}
+
 void complete(Options &options) {
     for (const std::string &file : options.catalogues) {
         add_catalogue_file(file, options.request.catalogue);
@@ -180,7 +194,7 @@ int run(int argc, char **argv) {
         ->type_name("FILE")
         ->allow_extra_args(false);
     const Commands commands = add_commands(app, options);
-    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, out)) {
+    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions(), out)) {
         return *status;
     }
     try {

@@ -43,12 +43,17 @@ void label_commands(CLI::App &app) {
 
 } // namespace
 
-std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, StandardOutput &out) {
+std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, const Suggestions &suggestions,
+                                      StandardOutput &out) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     label_commands(app);
     if (argc < 2) {
         std::cerr << app.help();
         return kUsage;
+    }
+    if (argv[1] == std::string_view(kComplete)) {
+        out.write(complete(app, {argv + 2, argv + argc}, suggestions));
+        return out.failed() ? kFailed : kDone;
     }
     try {
         app.parse(argc, argv);

@@ -1,0 +1,262 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+# The Debian packages of a build: what is in them, and what a person with nothing else makes of them.
+#     package_test.sh BUILD [EMULATOR...]
+set -eu
+build=$1
+shift
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+    echo "package_test: $1" >&2
+    exit 1
+}
+
+# ---- Made, and as Debian wants them ----
+
+rm -rf "$build/packages"
+(cd "$build" && cpack >packages.log 2>&1) || {
+    cat "$build/packages.log" >&2
+    fail "the packages could not be made"
+}
+version=$(sed -n 's/^set(CPACK_PACKAGE_VERSION "\(.*\)")/\1/p' "$build/CPackConfig.cmake")
+lintian --fail-on error --tag-display-limit 0 "$build"/packages/*.deb >"$build/lintian.log" 2>&1 || {
+    cat "$build/lintian.log" >&2
+    fail "lintian finds errors in the packages"
+}
+
+root=$work/root
+for package in libksl libksl-dev ksl-tools ksl-simulator; do
+    deb=$(echo "$build/packages/${package}_${version}_"*.deb)
+    [ -f "$deb" ] || fail "there is no package $package of version $version"
+    dpkg -x "$deb" "$root"
+    dpkg -x "$deb" "$work/$package"
+    (cd "$work/$package" && find . ! -type d ! -path './usr/share/man/*' | sed "s|^\.|$package|") >>"$work/contents"
+done
+sort "$work/contents" | diff tests/package_contents.txt - >&2 || fail "the packages have other contents"
+architecture=$(dpkg-deb -f "$deb" Architecture)
+for source in docs/man/*.scd; do
+    [ ! -e "$source" ] || [ "$(find "$root/usr/share/man" -name "$(basename "$source" .scd).gz" | wc -l)" -eq 1 ] ||
+        fail "no package has the page of $source"
+done
+
+# Of each library that a package's own files ask for, a package must be named that has it.
+for package in libksl ksl-tools ksl-simulator; do
+    find "$work/$package" -type f \( -name '*.so' -o -path '*/bin/*' \) -exec readelf --wide -d -V {} + >"$work/elf"
+    needed=$(sed -n 's/.*(NEEDED).*\[\(.*\)\]$/\1/p' "$work/elf" | sort -u)
+    newest=$(grep -o 'Name: GLIBC_[0-9.]*' "$work/elf" | sed 's/.*_//' | sort -uV | tail -n 1)
+    depends=$(dpkg-deb -f "$build/packages/${package}_${version}_$architecture.deb" Depends)
+    for library in $needed; do
+        case $library in
+        libc.so.6 | ld*.so.*) wanted="libc6 (>= " ;;
+        libm.so.6) wanted="libc6 (>= " ;;
+        libstdc++.so.6) wanted="libstdc++6 (>= " ;;
+        libgcc_s.so.1) wanted=libgcc-s1 ;;
+        libksl.so) wanted="libksl (= $version)" ;;
+        libtrace_kbuf.so) continue ;; # the platform's, or ksl-simulator's
+        *) fail "$package needs $library, of which no package is known" ;;
+        esac
+        case $depends in
+        *"$wanted"*) ;;
+        *) fail "$package needs $library, and depends on \"$depends\"" ;;
+        esac
+    done
+    stated=$(echo "$depends" | sed -n 's/.*libc6 (>= \([0-9.]*\)).*/\1/p')
+    [ "$(printf '%s\n' "$newest" "$stated" | sort -V | tail -n 1)" = "$stated" ] ||
+        fail "$package needs glibc $newest, and depends on $stated"
+done
+
+# ---- As a programmer meets them: every command that an example has in its first lines ----
+
+export PKG_CONFIG_LIBDIR="$root/usr/lib/pkgconfig" PKG_CONFIG_PATH=
+for name in ksl trace_kbuf trace_kbuf_reader; do
+    pkg-config --validate "$name" || fail "pkg-config finds faults with $name.pc"
+    [ "$(pkg-config --modversion "$name")" = "$version" ] || fail "$name.pc has another version than the package"
+done
+cross=
+[ $# -eq 0 ] || cross=$architecture-linux-gnu-
+cp -r "$root/usr/share/ksl/examples" "$work/examples"
+cd "$work/examples"
+for source in *.c *.cpp; do
+    command=$(sed -n 's/^[ /*]* \(\(cc\|c++\) .*\)$/\1/p' "$source" | sed 's| \*/$||')
+    [ -n "$command" ] || fail "$source does not say how it is built"
+    case $command in
+    cc\ *) command="${cross}gcc -Wall -Wextra -Werror ${command#cc }" ;;
+    *) command="${cross}g++ -Wall -Wextra -Werror ${command#c++ }" ;;
+    esac
+    if ! (eval "$command") >"$work/log" 2>&1 || [ -s "$work/log" ]; then
+        cat "$work/log" >&2
+        fail "$source is not built by what it says, or not without a word: $command"
+    fi
+done
+
+# run PROGRAM... on the simulated hub, as the README says.
+libraries=$root/usr/lib:$(pkg-config --variable=simulator ksl)
+emulator=$*
+export HWA_SIM_DIR="$work/hub"
+run() {
+    # shellcheck disable=SC2086 # a list of words
+    if [ -n "$emulator" ]; then
+        $emulator -E LD_LIBRARY_PATH="$libraries" "$@"
+    else
+        LD_LIBRARY_PATH=$libraries "$@"
+    fi
+}
+# The tools find their libraries by themselves.
+tool() {
+    program=$root/usr/bin/$1
+    shift
+    # shellcheck disable=SC2086 # a list of words
+    $emulator "$program" "$@"
+}
+
+run ./status >"$work/status" || fail "status fails"
+tool kslctl --simulate --json status >"$work/status.json" || fail "the packaged kslctl does not find the simulated hub"
+python3 - "$work/status" "$work/status.json" <<'END' || fail "status and kslctl do not show the same"
+import json, sys
+document = json.load(open(sys.argv[2]))
+expected = [f"port {p['port']:2}  up    {p['speed']:3} Mb/s  {p['duplex']} duplex" if p["link"] else f"port {p['port']:2}  down"
+            for p in document["chips"][0]["ports"]]
+sys.exit(expected != open(sys.argv[1]).read().splitlines())
+END
+status=0
+run ./status 9 2>"$work/log" >&2 || status=$?
+[ "$status $(cat "$work/log")" = "1 the status of chip 9 could not be read: code 101" ] || fail "status has a chip 9"
+
+# Counters: the ports of the scenario that count there, at their rates.
+HWA_SIM_DIR=$work/busy HWA_SIM_SCENARIO=$root/usr/share/ksl/scenarios/busy.json run ./poll_counters 2 500 >"$work/rates" ||
+    fail "poll_counters fails"
+awk '{ rates[$2] = rates[$2] " " $5 } END {
+        for (port in rates) { split(rates[port], two, " "); sum[port] = (two[1] + two[2]) / 2; ports++ }
+        exit !(ports == 3 && sum[0] > 2340 && sum[0] < 2860 && sum[1] > 99 && sum[1] < 121 && sum[3] > 45 && sum[3] < 55)
+    }' "$work/rates" || {
+    cat "$work/rates" >&2
+    fail "poll_counters does not show 2600, 110 and 50 a second"
+}
+
+# An expectation, as a file and compiled, and a hub that first differs from it.
+for library in "$root/usr/lib/libkslcfg_file.so" ./libexpectation.so; do
+    export HWA_SIM_DIR="$work/hub of ${library##*/}"
+    status=0
+    KSL_CFG_FILE=expectation.json run ./validate "$library" 100 300 >"$work/verdicts" || status=$?
+    [ "$status $(grep -c 'differ' "$work/verdicts")" = "1 3" ] || fail "validate finds the default hub as $library expects it"
+    tool kslctl --simulate vlan pvid 0-11 1 0 >"$work/log"
+    tool kslctl --simulate vlan pvid 12-17 100 5 >"$work/log"
+    tool kslctl --simulate vlan pvid 18-23 300 7 >"$work/log"
+    KSL_CFG_FILE=expectation.json run ./validate "$library" >"$work/verdicts" || fail "the PVIDs are not as $library expects them"
+    [ "$(cat "$work/verdicts")" = "PVIDs: as expected" ] || fail "validate says something else of $library"
+done
+export HWA_SIM_DIR="$work/hub"
+
+# Records of a program's own; one listing has them and the library's.
+mkdir "$work/traces"
+TRACE_KBUF_DIR=$work/traces run ./trace_records || fail "trace_records fails"
+tool ksltrace show "$work/traces/XKSL.kbuf" --catalogue trace_records.json --verbose |
+    sed 's/^[^ ]* //; s/([^()]*)$//; s/ *$//; s/out=0x[0-9a-f]* //' >"$work/listing"
+cat >"$work/expected" <<'END'
+- lower library opened
+> survey chip=0
+  > ksl_read_link_status_reg chip=0
+    - bytes 00 cc db df
+  < ksl_read_link_status_reg result=0
+  - port without a link port=5
+  - port without a link port=10
+  - port without a link port=13
+  - port without a link port=16
+  - port without a link port=17
+  - port without a link port=20
+  - port without a link port=21
+< survey result=0 down=7
+END
+sed 1d "$work/listing" | diff "$work/expected" - >&2 || fail "the listing of both programs' records is another"
+
+for name in kslctl ksltrace; do
+    [ "$(tool $name --version)" = "$name $version" ] || fail "$name is of another version than the package"
+done
+
+# ---- The platform's own libraries go before the simulator's ----
+
+# trace_library_of_kslctl [VARIABLE=VALUE]: the folder from which it takes the trace library.
+trace_library_of_kslctl() {
+    # shellcheck disable=SC2086 # a list of words
+    if [ -n "$emulator" ]; then
+        $emulator -E LD_TRACE_LOADED_OBJECTS=1 ${1:+-E "$1"} "$root/usr/bin/kslctl"
+    else
+        env LD_TRACE_LOADED_OBJECTS=1 "$@" "$root/usr/bin/kslctl"
+    fi | sed -n 's|.*libtrace_kbuf.so => \(.*\)/libtrace_kbuf.so .*|\1|p' | xargs realpath
+}
+simulator=$(realpath "$root/usr/lib/ksl/simulator")
+[ "$(trace_library_of_kslctl)" = "$simulator" ] || fail "kslctl does not find the simulator's trace library"
+status=0
+LD_LIBRARY_PATH=$root/usr/lib tool kslctl status 2>"$work/log" >&2 || status=$?
+[ "$status $(grep -c 'neither libhwa.so nor' "$work/log")" = "3 1" ] || fail "kslctl finds a hub without being told where"
+mkdir "$work/platform"
+cp "$simulator/libtrace_kbuf.so" "$work/platform"
+[ "$(trace_library_of_kslctl "LD_LIBRARY_PATH=$work/platform")" = "$work/platform" ] ||
+    fail "the simulator's trace library goes before one of LD_LIBRARY_PATH"
+cp "$simulator/libtrace_kbuf.so" "$root/usr/lib"
+[ "$(trace_library_of_kslctl)" = "$(realpath "$root/usr/lib")" ] ||
+    fail "the simulator's trace library goes before the platform's"
+echo "no library at all" >"$root/usr/lib/libhwa.so"
+tool kslctl --simulate mode >"$work/log" || fail "kslctl --simulate takes the platform's libhwa.so"
+rm "$root/usr/lib/libhwa.so" "$root/usr/lib/libtrace_kbuf.so"
+
+[ -z "$emulator" ] || {
+    echo "package_test: the packages for $architecture serve a programmer"
+    exit 0
+}
+
+# ---- What serves the programmer's own machine ----
+
+if ! cmake -S . -B "$work/project" -G Ninja "-DCMAKE_PREFIX_PATH=$root/usr" >"$work/log" 2>&1 ||
+    ! cmake --build "$work/project" >>"$work/log" 2>&1; then
+    cat "$work/log" >&2
+    fail "a project with find_package(ksl) is not built"
+fi
+run "$work/project/status" | cmp - "$work/status" || fail "the project's status is another program"
+sed -n 's/^set(PACKAGE_VERSION "\(.*\)")/\1/p' "$root"/usr/lib/cmake/ksl/kslConfigVersion.cmake | grep -qx "$version" ||
+    fail "the CMake package has another version than the others"
+
+run python3 status.py >"$work/links" || fail "status.py fails"
+sed 's/\(up\|down\).*/\1/' "$work/status" | cmp - "$work/links" || fail "status.py shows other links than status"
+
+# Completions, in the shells themselves.
+PATH=$root/usr/bin:$PATH
+share=$root/usr/share
+cat >"$work/complete.bash" <<'END'
+. "$1/bash-completion/completions/$2"
+compopt() { echo "compopt $*"; }
+shift
+COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+"_$1"
+printf '%s\n' "${COMPREPLY[@]}"
+END
+cat >"$work/complete.zsh" <<'END'
+_describe() { print -l -- "${(@)${(P)3}%%:*}" }
+_files() { print files }
+PREFIX=${@[-1]} words=("${@[2,-1]}") CURRENT=$(($# - 1))
+. "$1/zsh/vendor-completions/_$2"
+END
+cat >"$work/complete.fish" <<'END'
+source $argv[1]/fish/vendor_completions.d/$argv[2].fish
+complete -C (string join ' ' -- $argv[2..-1]) | string replace -r '\t.*' ''
+END
+# offers EXPECTED WORD...: whether each shell offers these words at the end of that line.
+offers() {
+    expected=$1
+    shift
+    for shell in bash zsh fish; do
+        found=$(cd "$work/traces" && HOME=$work $shell "$work/complete.$shell" "$share" "$@" 2>"$work/log" | paste -s -d ' ')
+        [ "$found" = "$expected" ] || fail "$shell offers \"$found\" behind \"$*\": $(cat "$work/log")"
+    done
+}
+offers "show speed up down reset-phy" kslctl port ""
+offers "reset reg" kslctl re
+offers "get set dump" kslctl --simulate reg ""
+offers "2 20 21 22 23" kslctl --chip 0 port down 2
+offers "10 100" kslctl port speed 3 ""
+offers "--simulate" kslctl port show --si
+offers "--openmetrics" kslctl mib --open
+offers "ksl_reset_PHY ksl_reset_switch" ksltrace show X --operation ksl_reset
+echo "package_test: the packages for $architecture serve a programmer"

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a shell offers behind the words that are typed already. The scripts of packaging/completions ask with
+// "PROGRAM --complete WORD...", so that they know every command and option without naming one.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tools {
+
+inline constexpr char kComplete[] = "--complete";
+
+// What options and arguments take, by their name; the parser knows no more than that they take a text.
+using Suggestions = std::map<std::string, std::vector<std::string>, std::less<>>;
+// Stands alone, for names of files: the shell knows these itself.
+inline constexpr char kFiles[] = ":files";
+
+// The numbers from 0 to that one.
+std::vector<std::string> numbers_to(unsigned last);
+
+// A line for each word that may take the place of the last one, with a tabulator and a short description.
+std::string complete(const CLI::App &app, std::vector<std::string> words, const Suggestions &suggestions);
+
+} // namespace tools
