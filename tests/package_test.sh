@@ -171,6 +171,23 @@ cat >"$work/expected" <<'END'
 END
 sed 1d "$work/listing" | diff "$work/expected" - >&2 || fail "the listing of both programs' records is another"
 
+# A program of one's own reads them, too.
+cat >reader.c <<'END'
+#include <stdio.h>
+#include <trace_kbuf_reader.h>
+int main(int argc, char **argv) {
+    struct trace_kbuf_snapshot *trace = argc == 2 ? trace_kbuf_snapshot_file(argv[1]) : 0;
+    if (trace == 0 || trace->status != TRACE_KBUF_WHOLE)
+        return 1;
+    printf("%u\n", (unsigned)trace->record_count);
+    trace_kbuf_snapshot_free(trace);
+    return 0;
+}
+END
+# shellcheck disable=SC2046 # a list of words
+"${cross}gcc" -Wall -Wextra -Werror reader.c -o reader $(pkg-config --cflags --libs trace_kbuf_reader)
+[ "$(run ./reader "$work/traces/XKSL.kbuf")" = "$(wc -l <"$work/expected")" ] || fail "the reader counts other records"
+
 for name in kslctl ksltrace; do
     [ "$(tool $name --version)" = "$name $version" ] || fail "$name is of another version than the package"
 done

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <set>
 
 namespace tools {
 
@@ -75,8 +76,9 @@ class Offer {
 public:
     explicit Offer(std::string typed) : typed_(std::move(typed)) {}
 
+    // Of two of the same name the first one counts, as for the parser.
     void add(const std::string &word, const std::string &description) {
-        if (word.starts_with(typed_)) {
+        if (word.starts_with(typed_) && offered_.insert(word).second) {
             text_ += fmt::format("{}\t{}\n", word, description);
         }
     }
@@ -93,7 +95,7 @@ public:
         }
         const std::string before = typed_.substr(0, typed_.find_last_of(",-") + 1);
         for (const std::string &value : found->second) {
-            add(before + value, option.get_description());
+            add(before + value, "");
         }
     }
 
@@ -101,6 +103,7 @@ public:
 
 private:
     std::string typed_;
+    std::set<std::string> offered_;
     std::string text_;
 };
 
