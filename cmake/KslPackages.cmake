@@ -3,6 +3,7 @@
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ksl)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each has its own
 set(CPACK_PACKAGE_CONTACT "ksl developers <ksl@example.org>")
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -79,7 +79,7 @@ public:
     // Of two of the same name the first one counts, as for the parser.
     void add(const std::string &word, const std::string &description) {
         if (word.starts_with(typed_) && offered_.insert(word).second) {
-            text_ += fmt::format("{}\t{}\n", word, description);
+            text_ += fmt::format("{}{}{}\n", word, description.empty() ? "" : "\t", description);
         }
     }
 
@@ -116,8 +116,10 @@ void offer_options(const Place &place, Offer &offer) {
 }
 
 void offer_words(const Place &place, const Suggestions &suggestions, Offer &offer) {
-    for (const CLI::App *command : commands_of(*place.command)) {
-        offer.add(command->get_name(), command->get_description());
+    if (place.argument == 0) {
+        for (const CLI::App *command : commands_of(*place.command)) {
+            offer.add(command->get_name(), command->get_description());
+        }
     }
     size_t number = 0;
     for (const CLI::Option *argument :

@@ -21,8 +21,8 @@ inline constexpr char kFiles[] = ":files";
 // The numbers from 0 to that one.
 std::vector<std::string> numbers_to(unsigned last);
 
-// A line for each word that may take the place of the last one: the word, a tabulator, and what it stands for, if that
-// says more than the word.
+// A line for each word that may take the place of the last one; commands and options with a tabulator and what they are
+// for.
 std::string complete(const CLI::App &app, std::vector<std::string> words, const Suggestions &suggestions);
 
 } // namespace tools
