@@ -40,6 +40,10 @@ for source in docs/man/*.scd; do
     [ ! -e "$source" ] || [ "$(find "$root/usr/share/man" -name "$(basename "$source" .scd).gz" | wc -l)" -eq 1 ] ||
         fail "no package has the page of $source"
 done
+operations=$(sed -n '/# State/q; s/^    \([A-Za-z_0-9]*\);$/\1/p' src/ksl.map)
+for operation in $operations; do
+    [ -f "$root/usr/share/man/man3/$operation.3.gz" ] || fail "man finds no page of $operation"
+done
 
 # Of each library that a package's own files ask for, a package must be named that has it.
 for package in libksl ksl-tools ksl-simulator; do
