@@ -48,20 +48,20 @@ void add_texts(CLI::App &command, const char *name, Need need, std::function<voi
     add(command, name, need, std::move(take), summary);
 }
 
-void add_lists(CLI::App &command, const char *name, Need need, const NumberKind &kind, std::shared_ptr<NumberSet> into,
-               const char *summary) {
+void add_lists(CLI::App &command, const char *name, Need need, const NumberKind &kind,
+               const std::shared_ptr<NumberSet> &into, const char *summary) {
     add_texts(
         command, name, need, [=](const Texts &texts) { assign(*into, kind, texts); }, summary);
 }
 
-void add_list(CLI::App &command, const char *name, Need need, const NumberKind &kind, std::shared_ptr<NumberSet> into,
-              const char *summary) {
+void add_list(CLI::App &command, const char *name, Need need, const NumberKind &kind,
+              const std::shared_ptr<NumberSet> &into, const char *summary) {
     add_text(
         command, name, need, [=](const std::string &text) { assign(*into, kind, {text}); }, summary);
 }
 
 void add_number(CLI::App &command, const char *name, Need need, const NumberKind &kind,
-                std::shared_ptr<std::optional<uint32_t>> into, const char *summary) {
+                const std::shared_ptr<std::optional<uint32_t>> &into, const char *summary) {
     add_text(
         command, name, need, [=](const std::string &text) { *into = parse_number(text, kind); }, summary);
 }

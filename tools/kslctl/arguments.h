@@ -28,13 +28,13 @@ void add_texts(CLI::App &command, const char *name, Need need,
                std::function<void(const std::vector<std::string> &texts)> take, const char *summary);
 
 // A list that may be spread over several words.
-void add_lists(CLI::App &command, const char *name, Need need, const NumberKind &kind, std::shared_ptr<NumberSet> into,
-               const char *summary);
+void add_lists(CLI::App &command, const char *name, Need need, const NumberKind &kind,
+               const std::shared_ptr<NumberSet> &into, const char *summary);
 // A list in one word.
-void add_list(CLI::App &command, const char *name, Need need, const NumberKind &kind, std::shared_ptr<NumberSet> into,
-              const char *summary);
+void add_list(CLI::App &command, const char *name, Need need, const NumberKind &kind,
+              const std::shared_ptr<NumberSet> &into, const char *summary);
 void add_number(CLI::App &command, const char *name, Need need, const NumberKind &kind,
-                std::shared_ptr<std::optional<uint32_t>> into, const char *summary);
+                const std::shared_ptr<std::optional<uint32_t>> &into, const char *summary);
 
 // An option with a value, which help calls `value`.
 void add_option(CLI::App &command, const char *name, const char *value, std::shared_ptr<std::string> into,
