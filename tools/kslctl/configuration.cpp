@@ -38,7 +38,7 @@ std::string library_for_file(const std::string &file) {
     } catch (const kslcfg::Unusable &problem) {
         throw NoConfiguration(fmt::format("--expect: {}", problem.what()));
     }
-    const std::string library = path_beside_program("libkslcfg_file.so");
+    std::string library = path_beside_program("libkslcfg_file.so");
     if (access(library.c_str(), F_OK) != 0) {
         throw NoConfiguration(fmt::format(
             "--expect: {} is missing beside this program; install it with the program, or use --config", library));
