@@ -5,7 +5,7 @@
 #include <array>
 #include <csetjmp>
 #include <cstring>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <ksl/ksl.h>
 #include <memory>
 #include <signal.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/beside.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <limits.h>
 #include <unistd.h>
 

@@ -3,7 +3,7 @@
 
 #include "kslctl/raw.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

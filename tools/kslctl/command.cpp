@@ -2,7 +2,7 @@
 #include "kslctl/command.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

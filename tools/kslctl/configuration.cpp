@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <unistd.h>
 
 namespace kslctl {

@@ -3,7 +3,7 @@
 
 #include "kslctl/command.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <iostream>
 #include <unistd.h>
 

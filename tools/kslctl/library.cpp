@@ -4,7 +4,7 @@
 #include "kslctl/beside.h"
 
 #include <dlfcn.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <hwa_sim.h>
 #include <ksl/ksl.h>
 #include <unistd.h>

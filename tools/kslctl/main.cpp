@@ -8,7 +8,7 @@
 #include "support/command_line.h"
 #include "support/exit_status.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <ksl/ksl.h>
 
 namespace kslctl {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <ksl/ksl.h>
 #include <numeric>
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

@@ -2,7 +2,7 @@
 #include "kslctl/port_bits.h"
 
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

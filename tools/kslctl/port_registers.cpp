@@ -4,7 +4,7 @@
 #include "kslctl/port_bits.h"
 
 #include <cstring>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <ksl/ksl.h>
 
 namespace kslctl {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/raw.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fmt/ranges.h>
 #include <span>
 

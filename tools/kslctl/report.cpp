@@ -3,7 +3,7 @@
 
 #include "support/standard_streams.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <hwa_sim.h>
 #include <utility>
 

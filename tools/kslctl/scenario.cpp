@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fmt/ranges.h>
 #include <ksl/ksl.h>
 

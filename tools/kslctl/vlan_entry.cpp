@@ -2,7 +2,7 @@
 #include "kslctl/vlan_entry.h"
 
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <set>

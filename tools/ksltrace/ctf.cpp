@@ -2,7 +2,7 @@
 #include "ksltrace/ctf.h"
 
 #include <algorithm>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <map>
 
 namespace ksltrace {

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <system_error>
 
 namespace ksltrace {

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <map>
 #include <poll.h>
 #include <set>

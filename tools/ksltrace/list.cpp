@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace ksltrace {
 

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace ksltrace {
 

@@ -4,7 +4,7 @@
 #include "support/exit_status.h"
 
 #include <cstdlib>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <string_view>
 
 namespace ksltrace {

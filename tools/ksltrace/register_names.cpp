@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/register_names.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <string_view>
 
 namespace ksltrace {

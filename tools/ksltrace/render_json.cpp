@@ -4,7 +4,7 @@
 #include "ksltrace/values.h"
 
 #include <cmath>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace ksltrace {
 

@@ -4,7 +4,7 @@
 #include "support/exit_status.h"
 #include "support/pager.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <optional>
 
 namespace ksltrace {

@@ -2,7 +2,7 @@
 #include "ksltrace/commands.h"
 #include "ksltrace/render_json.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace ksltrace {
 

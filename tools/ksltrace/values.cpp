@@ -5,7 +5,7 @@
 
 #include <chrono>
 #include <cmath>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace ksltrace {
 

@@ -3,7 +3,7 @@
 
 #include "support/exit_status.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <iostream>
 
 namespace tools {

@@ -2,7 +2,7 @@
 #include "support/completion.h"
 
 #include <algorithm>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <set>
 
 namespace tools {

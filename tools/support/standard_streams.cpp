@@ -5,7 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <system_error>
 #include <unistd.h>
 

@@ -6,7 +6,7 @@
 #include "kslctl/raw.h"
 
 #include <algorithm>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <map>
 
 namespace kslctl {

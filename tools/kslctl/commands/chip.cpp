@@ -5,7 +5,7 @@
 #include "kslctl/confirm.h"
 
 #include <array>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fmt/ranges.h>
 #include <ksl/ksl.h>
 

@@ -5,7 +5,7 @@
 #include "kslctl/forwarding_registers.h"
 #include "kslctl/raw.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

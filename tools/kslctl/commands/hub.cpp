@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <set>
 
 namespace kslctl {

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fmt/ranges.h>
 #include <sys/ioctl.h>
 #include <thread>

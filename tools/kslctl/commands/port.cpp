@@ -6,7 +6,7 @@
 #include "kslctl/raw.h"
 #include "kslctl/status_registers.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <ksl/ksl.h>
 
 namespace kslctl {

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <ksl/ksl.h>
 
 namespace kslctl {

@@ -5,7 +5,7 @@
 #include "kslctl/status_registers.h"
 
 #include <algorithm>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fmt/ranges.h>
 #include <ksl/ksl.h>
 

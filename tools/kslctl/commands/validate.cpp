@@ -11,7 +11,7 @@
 
 #include <algorithm>
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace kslctl {
 

@@ -9,7 +9,7 @@
 
 #include <cstring>
 #include <expectation.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <set>
 
 namespace kslctl {
