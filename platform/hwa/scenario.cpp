@@ -13,20 +13,43 @@ namespace {
 
 constexpr std::size_t kLongestText = std::size_t{4} << 20;
 
-nlohmann::json parse_json(std::string_view text) {
-    // A key that stands twice in an object would silently hide one of its values.
-    std::vector<std::set<std::string>> keys;
-    const auto watch = [&keys](int, nlohmann::json::parse_event_t event, nlohmann::json &parsed) {
-        if (event == nlohmann::json::parse_event_t::object_start)
-            keys.emplace_back();
-        else if (event == nlohmann::json::parse_event_t::object_end)
-            keys.pop_back();
-        else if (event == nlohmann::json::parse_event_t::key && !keys.back().insert(parsed.get<std::string>()).second)
-            throw Unusable("the key \"" + parsed.get<std::string>() + "\" stands twice in one object");
+// Receives what the parser finds, and refuses a key that stands twice in an object: it would silently hide a value.
+class DuplicateKeys {
+public:
+    static bool null() { return true; }
+    static bool boolean(bool) { return true; }
+    static bool number_integer(std::int64_t) { return true; }
+    static bool number_unsigned(std::uint64_t) { return true; }
+    static bool number_float(double, const std::string &) { return true; }
+    static bool string(const std::string &) { return true; }
+    static bool binary(const nlohmann::json::binary_t &) { return true; }
+    static bool start_array(std::size_t) { return true; }
+    static bool end_array() { return true; }
+    bool start_object(std::size_t) {
+        keys_.emplace_back();
         return true;
-    };
+    }
+    bool end_object() {
+        keys_.pop_back();
+        return true;
+    }
+    bool key(const std::string &key) {
+        if (!keys_.back().insert(key).second)
+            throw Unusable("the key \"" + key + "\" stands twice in one object");
+        return true;
+    }
+    // Said when the values are read.
+    static bool parse_error(std::size_t, const std::string &, const nlohmann::json::exception &) { return false; }
+
+private:
+    std::vector<std::set<std::string>> keys_; // of the objects that are open
+};
+
+nlohmann::json parse_json(std::string_view text) {
+    DuplicateKeys duplicates;
+    nlohmann::json::sax_parse(text, &duplicates);
     try {
-        return nlohmann::json::parse(text, watch);
+        return nlohmann::json::parse(text);
     } catch (const nlohmann::json::exception &error) {
         // The words follow the name of the exception in brackets; where the syntax is wrong they name line and column.
         const std::string words = error.what();
