@@ -30,8 +30,17 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
 endif()
 
 if(KSL_SANITIZE)
-  add_compile_options(-O1 -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # Its run-time library stands between a program and dlopen(). Inside the program, which is where clang puts it, it
+    # would look for libraries along the program's search path; apart, it has none, as libksl.so.
+    set(runtime libclang_rt.asan-${CMAKE_SYSTEM_PROCESSOR}.so)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}
+                    OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    cmake_path(GET runtime PARENT_PATH runtime_folder)
+    add_link_options(-shared-libasan LINKER:-rpath,${runtime_folder})
+  endif()
 endif()
 
 if(KSL_BUILD_FUZZERS)

@@ -13,7 +13,7 @@ include(GoogleTest)
 # build. Files have 64-bit numbers under the emulator, too.
 add_library(ksl_test_options INTERFACE)
 target_compile_options(ksl_test_options INTERFACE -O0 ${KSL_WARNINGS})
-target_compile_definitions(ksl_test_options INTERFACE _FILE_OFFSET_BITS=64)
+target_compile_definitions(ksl_test_options INTERFACE _FILE_OFFSET_BITS=64 $<$<BOOL:${KSL_SANITIZE}>:KSL_SANITIZE>)
 target_link_libraries(ksl_test_options INTERFACE gmock_main)
 
 # GoogleTest's headers, parsed once for all of them; with the flags of a program, which are not those of a library.
@@ -24,14 +24,20 @@ target_compile_options(ksl_test_headers PRIVATE -fPIE)
 target_link_libraries(ksl_test_headers PRIVATE ksl_test_options)
 target_precompile_headers(ksl_test_headers PRIVATE <gmock/gmock.h>)
 
-# ksl_test(NAME [SOURCES file...] [LIBRARIES target...]): one GoogleTest program; each of its
-# tests is a test of ctest, run under the emulator when cross-compiling.
+# ksl_test(NAME [SOURCES file...] [LIBRARIES target...] [DEFINITIONS name=value...] [PROCESS_EACH]): one GoogleTest
+# program. Each of its tests is a test of ctest. Where a process costs more than a test, under the emulator and the
+# sanitizers, the program is one, unless its tests need a process each.
 function(ksl_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;DEFINITIONS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "PROCESS_EACH" "" "SOURCES;LIBRARIES;DEFINITIONS")
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} ksl_test_options)
   target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
   target_precompile_headers(${name} REUSE_FROM ksl_test_headers)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  if(arg_PROCESS_EACH OR NOT (CMAKE_CROSSCOMPILING OR KSL_SANITIZE))
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  else()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+  endif()
 endfunction()

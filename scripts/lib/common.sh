@@ -44,23 +44,30 @@ powerpc_packages='g++-powerpc-linux-gnu qemu-user'
 # shellcheck disable=SC2034
 package_packages='dpkg-dev lintian pkgconf bash zsh fish'
 
+# configure PRESET [CMAKE-OPTION...]: configures build/PRESET; silent unless it fails.
+configure() {
+    log=$(mktemp)
+    cmake --preset "$@" >"$log" 2>&1 || {
+        cat "$log" >&2
+        rm -f "$log"
+        die "the $1 build could not be configured"
+    }
+    rm -f "$log"
+}
+
 # build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET. Shows its progress on a terminal; otherwise
 # it is silent unless something fails.
 build() {
-    preset=$1
-    shift
-    log=$(mktemp)
-    if ! cmake --preset "$preset" "$@" >"$log" 2>&1; then
-        cat "$log" >&2
-        rm -f "$log"
-        die "the $preset build could not be configured"
-    fi
+    configure "$@"
     if [ -t 1 ]; then
-        cmake --build --preset "$preset" || die "the $preset build failed"
-    elif ! cmake --build --preset "$preset" >"$log" 2>&1; then
+        cmake --build --preset "$1" || die "the $1 build failed"
+        return
+    fi
+    log=$(mktemp)
+    cmake --build --preset "$1" >"$log" 2>&1 || {
         cat "$log" >&2
         rm -f "$log"
-        die "the $preset build failed"
-    fi
+        die "the $1 build failed"
+    }
     rm -f "$log"
 }

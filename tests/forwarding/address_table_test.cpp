@@ -214,7 +214,7 @@ TEST_F(TableRead, AFailureLeavesEverything) {
                      record(points::getmacs_missing), record(points::read_arl_table_fetch_failed)} += end(-1, 12)));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) // which has stacks of its own
+#if !defined(KSL_SANITIZE) // sanitizers have stacks of their own
 TEST_F(TableRead, NeedsTheBufferAndLittleMoreOfTheStack) {
     constexpr size_t kBuffer = 64 * 1024;
     uintptr_t deepest = 0;
