@@ -12,20 +12,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json note_of(Lone lone) {
-    switch (lone) {
-    case Lone::left_early:
-        return "left early";
-    case Lone::no_exit:
-        return "no exit";
-    case Lone::no_entry:
-        return "entry lost";
-    case Lone::no:
-        break;
-    }
-    return nullptr;
-}
-
 Json values_of(const Line &line) {
     Json values = Json::array();
     for (uint32_t i = 0; i < line.record->value_count; ++i) {
@@ -89,7 +75,8 @@ Json render_line(const Line &line) {
     json["values"] = values_of(line);
     const std::string name = register_of(line);
     json["register"] = name.empty() ? Json(nullptr) : Json(name);
-    json["note"] = note_of(line.lone);
+    const std::string_view note = note_of(line.lone);
+    json["note"] = note.empty() ? Json() : Json(note);
     json["elapsed_us"] = line.elapsed_us ? Json(rounded(*line.elapsed_us)) : Json(nullptr);
     json["run_time_us"] = line.run_time_us ? Json(*line.run_time_us) : Json(nullptr);
     return json;

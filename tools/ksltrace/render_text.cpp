@@ -72,20 +72,6 @@ std::string plain_numbers_of(const Line &line) {
            fmt::format(" ({})", line.values_differ ? "another number of values than in the table" : "in no table");
 }
 
-std::string_view note_of(Lone lone) {
-    switch (lone) {
-    case Lone::left_early:
-        return "left early";
-    case Lone::no_exit:
-        return "no exit";
-    case Lone::no_entry:
-        return "entry lost";
-    case Lone::no:
-        break;
-    }
-    return {};
-}
-
 bool has_several_writers(const Trace &trace) {
     const auto other = [&](const Line &line) { return line.record->writer != trace.lines.front().record->writer; };
     return std::any_of(trace.lines.begin(), trace.lines.end(), other);

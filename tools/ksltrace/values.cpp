@@ -57,4 +57,18 @@ std::string register_of(const Line &line) {
     return page && offset ? register_name(*page, *offset) : std::string();
 }
 
+std::string_view note_of(Lone lone) {
+    switch (lone) {
+    case Lone::left_early:
+        return "left early";
+    case Lone::no_exit:
+        return "no exit";
+    case Lone::no_entry:
+        return "entry lost";
+    case Lone::no:
+        break;
+    }
+    return {};
+}
+
 } // namespace ksltrace

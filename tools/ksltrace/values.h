@@ -5,6 +5,7 @@
 #include "ksltrace/decoder.h"
 
 #include <string>
+#include <string_view>
 
 namespace ksltrace {
 
@@ -19,5 +20,8 @@ std::string render_time(uint64_t time_ns);
 
 // The register that a record names by page and offset; empty when it names none, or one without a name.
 std::string register_of(const Line &line);
+
+// What is said of a line that lacks its counterpart; empty where nothing is.
+std::string_view note_of(Lone lone);
 
 } // namespace ksltrace
