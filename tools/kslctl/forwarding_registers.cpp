@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/forwarding_registers.h"
 
-#include <algorithm>
 #include <cstring>
 #include <fmt/core.h>
 #include <fmt/ranges.h>
@@ -172,12 +171,12 @@ TrunkRegisters read_trunk_registers(uint32_t chip, Report &report) {
 
     const ksl_word words[] = {regs.control, regs.group0, regs.group0_again};
     constexpr const PortRegister *kPlaces[] = {&kTrunkControl, &kTrunkGroup0, &kTrunkGroup0};
-    const auto whole = static_cast<size_t>(
-        code == 0 ? std::size(words)
-                  : std::min<size_t>(static_cast<size_t>(std::find(words, std::end(words), kUntouched) - words), 2));
+    // After a failure, those before the first that was left alone; the last is, then, in any case.
+    const size_t most = code == 0 ? 3 : 2;
     TrunkRegisters registers;
-    for (size_t i = 0; i < whole; ++i) {
-        std::memcpy(registers[i].emplace().data(), &words[i], sizeof words[i]);
+    size_t whole = 0;
+    for (; whole < most && (code == 0 || words[whole] != kUntouched); ++whole) {
+        std::memcpy(registers[whole].emplace().data(), &words[whole], sizeof words[whole]);
     }
     if (code != 0) {
         report.fail({chip, kTrunkRegisters, describe(*kPlaces[whole], 0), code});
