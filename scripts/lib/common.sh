@@ -10,6 +10,14 @@ die() {
     exit 3
 }
 
+# no_arguments "$@": for scripts that take none.
+no_arguments() {
+    [ $# -eq 0 ] || {
+        echo "usage: scripts/${0##*/}" >&2
+        exit 2
+    }
+}
+
 # need_packages PACKAGE...: installs those that are missing, or says which they are.
 need_packages() {
     missing=
@@ -19,7 +27,6 @@ need_packages() {
         fi
     done
     [ -n "$missing" ] || return 0
-    step "Installing$missing"
     if [ "$(id -u)" -eq 0 ]; then
         as_root=
     elif sudo -n true 2>/dev/null; then
@@ -27,6 +34,7 @@ need_packages() {
     else
         die "these Debian packages are missing; install them as root with: apt-get install$missing"
     fi
+    step "Installing$missing"
     # shellcheck disable=SC2086 # both are lists of words
     {
         $as_root apt-get -qq update &&
