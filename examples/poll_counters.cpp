@@ -2,6 +2,7 @@
 // Polls a counter of all ports and shows how fast it grows:
 //     c++ -std=c++17 poll_counters.cpp -o poll_counters $(pkg-config --cflags --libs ksl)
 //     ./poll_counters [POLLS [MILLISECONDS]]
+// The counters of the simulated hub stand still, unless HWA_SIM_SCENARIO names its scenario busy.json.
 #include <array>
 #include <chrono>
 #include <cstdint>

@@ -84,7 +84,7 @@ cross=
 cp -r "$root/usr/share/ksl/examples" "$work/examples"
 cd "$work/examples"
 for source in *.c *.cpp; do
-    command=$(sed -n 's/^[ /*]* \(\(cc\|c++\) .*\)$/\1/p' "$source" | sed 's| \*/$||')
+    command=$(sed -n 's/^[ /*]* \(\(cc\|c++\) .*\)$/\1/p' "$source")
     [ -n "$command" ] || fail "$source does not say how it is built"
     case $command in
     cc\ *) command="${cross}gcc -Wall -Wextra -Werror ${command#cc }" ;;
