@@ -159,6 +159,10 @@ for library in "$root/usr/lib/libkslcfg_file.so" ./libexpectation.so; do
     printf '%s: as expected\n' PVIDs "ports of VLAN 100" | cmp - "$work/verdicts" || fail "validate says something else of $library"
     ! KSL_CFG_FILE=expectation.json run ./validate "$library" 300 100 >"$work/verdicts" || fail "validate forgets VLAN 300"
 done
+# Without its folder it is looked for in the loader's, and kslctl says what is meant.
+status=0
+tool kslctl --simulate validate pvid --config libexpectation.so >"$work/log" 2>&1 || status=$?
+[ "$status $(grep -c 'say ./libexpectation.so$' "$work/log")" = "3 1" ] || fail "kslctl does not say how to name a library"
 export HWA_SIM_DIR="$work/hub"
 unset HWA_SIM_SCENARIO
 
@@ -228,6 +232,11 @@ cp "$simulator/libtrace_kbuf.so" "$work/platform"
 cp "$simulator/libtrace_kbuf.so" "$root/usr/lib"
 [ "$(trace_library_of_kslctl)" = "$(realpath "$root/usr/lib")" ] ||
     fail "the simulator's trace library goes before the platform's"
+mv "$simulator" "$work/simulator"
+status=0
+tool kslctl status 2>"$work/log" >&2 || status=$?
+[ "$status $(grep -c 'neither libhwa.so nor' "$work/log")" = "3 1" ] || fail "kslctl finds a hub where there is none"
+mv "$work/simulator" "$simulator"
 echo "no library at all" >"$root/usr/lib/libhwa.so"
 tool kslctl --simulate mode >"$work/log" || fail "kslctl --simulate takes the platform's libhwa.so"
 rm "$root/usr/lib/libhwa.so" "$root/usr/lib/libtrace_kbuf.so"

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace hwa {
@@ -22,6 +23,9 @@ void in_order() {
 }
 
 int allocate(int file) {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < sizeof(HubImage))
+        return EFBIG; // asked first: going past the limit would raise SIGXFSZ
     int error = 0;
     do
         error = posix_fallocate(file, 0, sizeof(HubImage));

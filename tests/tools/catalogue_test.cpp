@@ -96,8 +96,11 @@ std::string with_point(const std::string &point) {
 }
 
 TEST(CatalogueFile, ProblemsAreNamedWithTheirPlace) {
-    EXPECT_EQ(problem_of(""), "f.json: no JSON text");
-    EXPECT_EQ(problem_of("{]"), "f.json: no JSON text");
+    EXPECT_EQ(
+        problem_of("{]"),
+        "f.json: not valid JSON: parse error at line 1, column 2: syntax error while parsing object key - unexpected "
+        "']'; expected string literal");
+    EXPECT_EQ(problem_of("[1e999]"), "f.json: not valid JSON: number overflow parsing '1e999'");
     EXPECT_EQ(problem_of("[]"), "f.json: \"schema\" is missing");
     EXPECT_EQ(problem_of(R"({"schema": 1})"), "f.json: \"schema\" is no text");
     EXPECT_EQ(problem_of(R"({"schema": "ksl.trace-catalogue/2"})"),

@@ -14,7 +14,12 @@ namespace kslctl {
 Configuration::Configuration(std::string library) : library_(std::move(library)) {
     handle_ = dlopen(library_.c_str(), RTLD_NOW);
     if (handle_ == nullptr) {
-        throw NoConfiguration(fmt::format("the configuration library cannot be opened: {}", dlerror()));
+        std::string problem = fmt::format("the configuration library cannot be opened: {}", dlerror());
+        // The loader does not look into the current folder.
+        if (library_.find('/') == std::string::npos && access(library_.c_str(), F_OK) == 0) {
+            problem += fmt::format("; for the file of this folder say ./{}", library_);
+        }
+        throw NoConfiguration(problem);
     }
     const auto get_cfg = reinterpret_cast<decltype(&__ksl_get_cfg)>(dlsym(handle_, "__ksl_get_cfg"));
     if (get_cfg != nullptr) {

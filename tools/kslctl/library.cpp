@@ -17,6 +17,17 @@ namespace {
 constexpr const char *kLowerLibraries[] = {"libhwa.so", "libqrthwa.gen1.so"};
 constexpr const char *kSimulatedHub = kLowerLibraries[0];
 
+// What the loader says of a library that it found and cannot open; nothing of one that it did not find, of which it
+// speaks by the bare name.
+std::string what_is_wrong_with(const char *name) {
+    if (void *const library = dlopen(name, RTLD_NOW)) {
+        dlclose(library);
+        return {};
+    }
+    std::string text = dlerror();
+    return text.starts_with(fmt::format("{}: ", name)) ? std::string() : text;
+}
+
 } // namespace
 
 Library::Library(bool simulate) {
@@ -67,6 +78,12 @@ void Library::look_at_lower_library() {
         }
         dlclose(library);
         return;
+    }
+    for (const char *name : kLowerLibraries) {
+        if (const std::string wrong = what_is_wrong_with(name); !wrong.empty()) {
+            problem_ = fmt::format("{} cannot be opened, so there is no hub to talk to: {}", name, wrong);
+            return;
+        }
     }
     problem_ = "neither libhwa.so nor libqrthwa.gen1.so was found, so there is no hub to talk to; name their folder in "
                "LD_LIBRARY_PATH, or use --simulate";

@@ -32,10 +32,7 @@ public:
     Reader(std::string path, Catalogue &catalogue) : path_(std::move(path)), catalogue_(catalogue) {}
 
     void read(const std::string &text) {
-        const Json document = Json::parse(text, nullptr, false);
-        if (document.is_discarded()) {
-            fail("no JSON text");
-        }
+        const Json document = parse(text);
         if (text_of(document, "", "schema") != kSchema) {
             fail(fmt::format("\"schema\" is not \"{}\"", kSchema));
         }
@@ -49,6 +46,16 @@ public:
     }
 
 private:
+    Json parse(const std::string &text) const {
+        try {
+            return Json::parse(text);
+        } catch (const Json::exception &error) {
+            // "[exception] parse error at line 1, column 2: what is wrong"
+            const std::string_view words = error.what();
+            fail(fmt::format("not valid JSON: {}", words.substr(words.find(']') + 2)));
+        }
+    }
+
     void add_point(const Json &json, const std::string &where) {
         Point point{};
         point.identifier = identifier_of(text_of(json, where, "identifier"), where);

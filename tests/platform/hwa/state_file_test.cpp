@@ -262,7 +262,6 @@ TEST_F(State, AnotherLayoutStartsTheHubAnew) {
 
 TEST_F(State, AFullDiskIsSaidAndHealsWithRoom) {
     const pid_t child = start_child([this] {
-        signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{65536, 65536};
         if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
             return 2;
