@@ -24,12 +24,12 @@ int main(int argc, char **argv) {
     for (const auto &row : ksl::bench::operations()) {
         if (std::strcmp(row.name, argv[2]) == 0) {
             const auto run = std::strcmp(argv[1], "bare") == 0 ? row.bare : row.operation;
-            ksl_init();
+            if (!ksl::bench::open()) {
+                return 3;
+            }
             for (long i = std::strtol(argv[3], nullptr, 10); i > 0; --i) {
                 if (run() != 0) {
-                    std::fputs(
-                        "count_instructions: the operation failed; is the plain libhwa.so on the loader's path?\n",
-                        stderr);
+                    std::fputs("count_instructions: the operation failed\n", stderr);
                     return 3;
                 }
             }

@@ -6,6 +6,7 @@
 #include <trace_kbuf.h>
 
 #include <arpa/inet.h>
+#include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
 
@@ -194,6 +195,16 @@ const Measured kOperations[] = {
 
 std::span<const Measured> operations() {
     return kOperations;
+}
+
+bool open() {
+    ksl_init();
+    if (ksl_hwa_handle == nullptr) {
+        (void)std::fputs("The plain libhwa.so is not on the loader's path; begin the line with\n"
+                         "LD_LIBRARY_PATH=build/bench/bench/plain:build/bench/lib\n",
+                         stderr);
+    }
+    return ksl_hwa_handle != nullptr;
 }
 
 } // namespace ksl::bench

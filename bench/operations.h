@@ -16,4 +16,7 @@ struct Measured {
 
 std::span<const Measured> operations();
 
+// ksl_init(); where the loader has not found the plain libhwa.so, says so and returns false.
+bool open();
+
 } // namespace ksl::bench

@@ -8,13 +8,15 @@
 #include <string>
 
 int main(int argc, char **argv) {
-    ksl_init();
+    if (!ksl::bench::open()) {
+        return 3;
+    }
     for (const auto &row : ksl::bench::operations()) {
         const auto add = [&](const char *what, int32_t (*run)()) {
             benchmark::RegisterBenchmark((std::string(row.name) + "/" + what).c_str(), [run](benchmark::State &state) {
                 for (auto _ : state) {
                     if (run() != 0) {
-                        state.SkipWithError("failed; is the plain libhwa.so on the loader's path?");
+                        state.SkipWithError("failed");
                         break;
                     }
                 }
