@@ -2,6 +2,8 @@
 // A place of their own, the finished library, other processes and stderr, for the tests of the simulated hub.
 #pragma once
 
+#include "../../support/child.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -80,7 +82,7 @@ private:
 // Runs `body` in a forked child; it must return the child's exit status.
 template <typename Body>
 pid_t start_child(Body body) {
-    const pid_t child = fork();
+    const pid_t child = ksl::test::fork_child();
     if (child == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL); // no child outlives a test that failed
         _exit(body());

@@ -115,7 +115,7 @@ TEST_F(File, IsSharedByProcesses) {
     constexpr uint32_t each = 500;
     std::vector<pid_t> children;
     for (uint32_t c = 0; c < 4; ++c) {
-        const pid_t pid = fork();
+        const pid_t pid = ksl::test::fork_child();
         if (pid == 0) {
             uint32_t descriptor = 0;
             bool good = trace_kbuf_init_buffer(&descriptor, "SHARED", 64 * 2048) == 0;
@@ -144,7 +144,7 @@ TEST_F(File, IsSharedByProcesses) {
 
 TEST_F(File, OutlivesAKilledWriterAndIsReadMeanwhile) {
     use_files();
-    const pid_t pid = fork();
+    const pid_t pid = ksl::test::fork_child();
     if (pid == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL); // should the test itself be stopped
         uint32_t descriptor = 0;

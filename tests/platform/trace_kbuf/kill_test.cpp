@@ -40,7 +40,7 @@ uint32_t open_in_child(uint32_t size) {
 
 // Starts a process that writes as `writer` without end.
 pid_t start_writer(const Finished &finished, uint32_t writer, uint32_t size) {
-    const pid_t pid = fork();
+    const pid_t pid = ksl::test::fork_child();
     if (pid == 0) {
         const uint32_t descriptor = open_in_child(size);
         while (finished.write_next(descriptor, writer) == 0) {
@@ -53,7 +53,7 @@ pid_t start_writer(const Finished &finished, uint32_t writer, uint32_t size) {
 // Starts a process whose threads write as `first` and the next ones, in bursts and with pauses: so a thread that
 // waits for a processor in mid-record is not overtaken by a whole turn of a large ring.
 pid_t start_threads(const Finished &finished, uint32_t first, uint32_t size, uint32_t pause_us) {
-    const pid_t pid = fork();
+    const pid_t pid = ksl::test::fork_child();
     if (pid == 0) {
         const uint32_t descriptor = open_in_child(size);
         std::vector<std::thread> threads;
@@ -141,7 +141,7 @@ TEST_F(Killed, AtRandomMoments) {
 TEST_F(Killed, AtAnyInstruction) {
     constexpr uint32_t slots = 4;
     const Finished finished(1);
-    const pid_t pid = fork();
+    const pid_t pid = ksl::test::fork_child();
     if (pid == 0) {
         const uint32_t descriptor = open_in_child(slots * sizeof(trace_kbuf::Slot));
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {

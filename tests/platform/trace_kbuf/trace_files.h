@@ -2,6 +2,8 @@
 // Helpers of the trace library's tests: folders, children, snapshots, and files edited word by word.
 #pragma once
 
+#include "../../support/child.h"
+
 #include <format.h>
 #include <trace_kbuf.h>
 #include <trace_kbuf_reader.h>
@@ -93,7 +95,7 @@ struct Child {
 inline Child run_child(const std::function<int()> &body) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
-    const pid_t pid = fork();
+    const pid_t pid = ksl::test::fork_child();
     if (pid == 0) {
         dup2(ends[1], STDERR_FILENO);
         close(ends[0]);
