@@ -370,13 +370,15 @@ TEST_F(Fallback, WhenTheFileMayNotGrowSoLarge) {
 TEST_F(Fallback, WhenTheDiskIsFull) {
     // A disk of one page, in a view of the file system that ends with the child.
     use_files();
-    const Child can_mount = run_child([] { return unshare(CLONE_NEWNS) == 0 ? 0 : 1; });
-    if (can_mount.status != 0) {
-        GTEST_SKIP() << "needs the right to mount";
+    const auto mount_disk = [&] {
+        return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               mount("tmpfs", folder_.c_str(), "tmpfs", 0, "size=4k") == 0;
+    };
+    if (run_child([&] { return mount_disk() ? 0 : 1; }).status != 0) {
+        GTEST_SKIP() << "needs the right to mount, and a root that is a mount point";
     }
     const Child child = run_child([&] {
-        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("tmpfs", folder_.c_str(), "tmpfs", 0, "size=4k") != 0) {
+        if (!mount_disk()) {
             return 2;
         }
         uint32_t descriptor = 0;
