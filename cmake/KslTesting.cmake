@@ -24,9 +24,16 @@ target_compile_options(ksl_test_headers PRIVATE -fPIE)
 target_link_libraries(ksl_test_headers PRIVATE ksl_test_options)
 target_precompile_headers(ksl_test_headers PRIVATE <gmock/gmock.h>)
 
+# Where a process costs more than a test, under the emulator and the sanitizers, tests of ctest are whole programs.
+if(CMAKE_CROSSCOMPILING OR KSL_SANITIZE)
+  set(KSL_SLOW_PROCESSES ON)
+else()
+  set(KSL_SLOW_PROCESSES OFF)
+endif()
+
 # ksl_test(NAME [SOURCES file...] [LIBRARIES target...] [DEFINITIONS name=value...] [PROCESS_EACH]): one GoogleTest
-# program. Each of its tests is a test of ctest. Where a process costs more than a test, under the emulator and the
-# sanitizers, the program is one, unless its tests need a process each.
+# program. Each of its tests is a test of ctest; where processes are slow the program is one, unless its tests need a
+# process each.
 function(ksl_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "PROCESS_EACH" "" "SOURCES;LIBRARIES;DEFINITIONS")
   add_executable(${name} ${arg_SOURCES})
@@ -34,7 +41,7 @@ function(ksl_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} ksl_test_options)
   target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
   target_precompile_headers(${name} REUSE_FROM ksl_test_headers)
-  if(arg_PROCESS_EACH OR NOT (CMAKE_CROSSCOMPILING OR KSL_SANITIZE))
+  if(arg_PROCESS_EACH OR NOT KSL_SLOW_PROCESSES)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   else()
     add_test(NAME ${name} COMMAND ${name})

@@ -62,8 +62,9 @@ VOLATILE = [
 
 
 class Case:
-    def __init__(self, name):
+    def __init__(self, name, file):
         self.name = name
+        self.file = file
         self.steps = []
 
     @property
@@ -82,7 +83,7 @@ def read_cases():
             if word == "case":
                 if rest in cases:
                     sys.exit(f"{path}:{number}: the case {rest} is there twice")
-                case = cases[rest] = Case(rest)
+                case = cases[rest] = Case(rest, path.name)
             elif case is None or not hasattr(Runner, f"do_{word}"):
                 sys.exit(f"{path}:{number}: not understood: {line}")
             else:
@@ -303,17 +304,20 @@ def main():
     parser.add_argument("--standins", default=".", help="folder of the libraries built for these tests")
     parser.add_argument("--scenarios", default=".", help="folder of the scenario files")
     parser.add_argument("--emulator", default="", help="command that runs the tools")
-    parser.add_argument("names", nargs="*", metavar="CASE", help="default: all")
+    parser.add_argument("names", nargs="*", metavar="CASE", help="a case, or a case file with all of its; default: all")
     options = parser.parse_args()
 
     cases = {name: case for name, case in read_cases().items() if not (options.emulator and case.is_native_only)}
     if options.list:
         print("\n".join(cases))
         return 0
-    unknown = [name for name in options.names if name not in cases]
-    if unknown:
-        sys.exit(f"no such case: {', '.join(unknown)}")
-    wrong = {name: complaints for name in options.names or cases if (complaints := check(cases[name], options))}
+    chosen = []
+    for name in options.names or cases:
+        of_file = [case for case in cases if cases[case].file == name]
+        if name not in cases and not of_file:
+            sys.exit(f"no such case or case file: {name}")
+        chosen += of_file or [name]
+    wrong = {name: complaints for name in chosen if (complaints := check(cases[name], options))}
     for name, complaints in wrong.items():
         print(f"== {name}")
         print("".join(line if line.endswith("\n") else line + "\n" for line in complaints), end="")
