@@ -195,6 +195,7 @@ TEST(Scenario, MistakesAreNamedByKey) {
         {R"({"name":"n"})", "the document lacks the key \"chips\""},
         {R"({"name":"n","chips":[],"ports":[]})", "the document has the unknown key \"ports\""},
         {R"({"name":"n","name":"m","chips":[]})", "the key \"name\" stands twice in one object"},
+        {R"({"name":"n","chips":[{"chip":0}],"name":"m"})", "the key \"name\" stands twice in one object"},
         {R"({"name":1,"chips":[]})", "name must be a string"},
         {R"({"name":"","chips":[]})", "name must be one line of text"},
         {R"({"name":"a\nb","chips":[]})", "name must be one line of text"},
