@@ -8,12 +8,17 @@
  * Common to all operations:
  *   chip      the switch chip; its low 8 bits reach the hardware.
  *   result    0 on success; -1 for a null output pointer or an argument that the operation
- *             refuses, and where the lower switch-access library lacks the entry point; any other
+ *             refuses, and if the lower switch-access library lacks the entry point; any other
  *             value is that library's own code, passed on unchanged.
  *   outputs   belong to the caller. Register bytes arrive most significant byte first on every
- *             host. After a failure an output keeps what the caller had there unless said otherwise.
+ *             host. After a failure an output keeps what the caller had there, unless the operation
+ *             says otherwise.
  *   trace     every operation records its arguments, register accesses and result in the trace
- *             buffer "XKSL", and its run time where ksl_enable_time() is in force.
+ *             buffer "XKSL", and its run time after ksl_enable_time().
+ *   bits      are numbered within the register, bit 0 the least significant, not within the word
+ *             or the bytes in which an operation delivers it.
+ *
+ * registers.h lists the registers; decode.h has functions that take delivered bytes apart.
  */
 #ifndef KSL_KSL_H
 #define KSL_KSL_H
@@ -37,8 +42,8 @@ extern "C" {
 /* ---- Shared records ---- */
 
 /**
- * A register word, kept in memory as big-endian bytes on every host: the register's bytes come
- * first, the rest are zero. Bit 31 is the most significant bit of the first byte.
+ * A register of up to 4 bytes in memory: its bytes come first, the most significant first on every
+ * host, and the rest of the word is zero.
  */
 typedef uint32_t ksl_word;
 
@@ -78,7 +83,7 @@ KSL_STATIC_ASSERT(offsetof(struct ksl_cfg_record, value) == 4, "value is bytes 4
  * Opens the trace buffer, opens the lower switch-access library ("libhwa.so", else
  * "libqrthwa.gen1.so") and allocates a work area of 128 KiB. Failures are traced, never reported:
  * without a lower library the operations return -1. Calling it again keeps the opened library,
- * opens the trace buffer anew and allocates another work area (the first one is lost).
+ * opens the trace buffer again and allocates another work area; the first one is lost.
  */
 void ksl_init(void);
 
@@ -87,14 +92,14 @@ void ksl_terminate(void);
 
 /**
  * Stores the address of the trace buffer's descriptor in *out, so that the caller can write
- * records of its own into the same trace. Valid before ksl_init() too. `out` must not be null.
+ * its own records into the same trace. Valid also before ksl_init(). `out` must not be null.
  */
 void ksl_get_trace_buffer(uint32_t **out);
 
-/** From now on every operation traces its run time in microseconds. May be called at any moment. */
+/** Makes every operation trace its run time in microseconds. May be called at any time. */
 void ksl_enable_time(void);
 
-/** Stops what ksl_enable_time() began. May be called at any moment. */
+/** Ends the effect of ksl_enable_time(). May be called at any time. */
 void ksl_disable_time(void);
 
 /* ---- Status registers ---- */
@@ -117,7 +122,7 @@ int32_t ksl_read_link_status_regs(uint32_t chip, uint8_t *out1, uint8_t *out2);
 
 /**
  * Reads the link status register: page 1, offset 0x10, 4 bytes.
- * @param out receives 4 bytes.
+ * @param out receives 4 bytes; ksl_port_bit() gives the bit of a port.
  * @return 0; -1 if `out` is null; else the lower library's code, `out` unchanged.
  */
 int32_t ksl_read_link_status_reg(uint32_t chip, uint8_t *out);
@@ -199,8 +204,9 @@ int32_t ksl_reset_PHY(uint32_t chip, uint32_t port);
 
 /**
  * Reads the PVID registers of all ports: page 0x34, offset 0x10 + 2 * port, 2 bytes each.
- * @param out receives KSL_PORTS words, by port: the register's 2 bytes (priority in bits 29 to 31,
- *        VLAN id in bits 16 to 27) and two zero bytes.
+ * @param out receives KSL_PORTS words, by port: the register's 2 bytes and two zero bytes. Bits 0
+ *        to 11 of the register are the VLAN id, bits 13 to 15 the priority: see ksl_pvid_vid() and
+ *        ksl_pvid_priority().
  * @return 0; -1 if `out` is null; else the lower library's code of the read that failed, the words
  *         of the ports before it filled and the rest unchanged.
  */
@@ -216,36 +222,36 @@ int32_t ksl_read_VLAN_PVID_regs(uint32_t chip, ksl_word *out);
 int32_t ksl_set_PVID(uint32_t chip, uint32_t vid, uint32_t priority, uint32_t port);
 
 /**
- * Reads the VLAN enable register: page 0x34, offset 0x00, 1 byte. VLAN support is on when bit 31
- * of the word is set.
+ * Reads the VLAN enable register: page 0x34, offset 0x00, 1 byte. VLAN support is on when bit 7 of
+ * the register is set.
  * @param out receives a word: the register byte and three zero bytes.
  * @return 0; -1 if `out` is null; else the lower library's code, `out` unchanged.
  */
 int32_t ksl_read_VLAN_enable(uint32_t chip, ksl_word *out);
 
 /**
- * Tells whether VLAN support is on.
- * @param verdict becomes 1 if it is, and 0 if it is not or could not be read. It is not checked,
- *        is read too (for the trace), and must not be null.
+ * Says whether VLAN support is on.
+ * @param verdict becomes 1 if it is, and 0 if it is not or could not be read. It is not checked and
+ *        must not be null; the operation also reads it, for the trace.
  * @return the result of ksl_read_VLAN_enable().
  */
 int32_t ksl_validate_VLAN_enable(uint32_t chip, uint32_t *verdict);
 
 /**
  * Reads the VLAN table entry of a VLAN: writes 3 bytes of address (page 0x08, offset 0x32) and of
- * command (offset 0x30), then reads 8 bytes of data (offset 0x38).
+ * command (offset 0x30), then reads the 8 bytes of the entry (offset 0x38).
  * @param vid the VLAN, 1 to 4094.
- * @param out receives 8 bytes. As a 64-bit number, most significant byte first: bit 59 valid, bits
- *        54 to 58 a field that the library only passes on, bits 27 to 53 the upper and bits 0 to 26
- *        the lower port map.
+ * @param out receives 8 bytes: bit 59 valid, bits 54 to 58 a field to which the library gives no
+ *        meaning, bits 27 to 53 the upper and bits 0 to 26 the lower port map. See
+ *        ksl_decode_vlan_entry().
  * @return 0; -1 if `vid` is out of range or `out` is null; else the lower library's code of the
  *         access that failed, the later ones not made and `out` unchanged.
  */
 int32_t ksl_read_VLAN_map(uint32_t chip, uint32_t vid, uint8_t *out);
 
 /**
- * Reads an extended VLAN control register: page 0x34, offset 0x10 + 2 * index of which the low 8
- * bits count, 2 bytes. They stand where the PVID registers stand.
+ * Reads an extended VLAN control register: page 0x34, the low 8 bits of offset 0x10 + 2 * index, 2
+ * bytes. Those of the indexes 0 to 23 are the PVID registers.
  * @param index any number.
  * @param out receives a word: the register's 2 bytes and two zero bytes. It is not checked and
  *        must not be null.
@@ -255,10 +261,10 @@ int32_t ksl_read_extended_VLAN_cntrl_regs(uint32_t chip, uint32_t index, ksl_wor
 
 /* ---- Validation against a configuration library ----
  *
- * The configuration library is opened under the given path and asked for its records through
- * __ksl_get_cfg(). Look at both result and verdict: result 0 with verdict 0 is a mismatch, or a
- * configuration library that could not be opened or lacks the entry point. It is closed after a
- * comparison; where it was opened and no comparison took place it stays loaded.
+ * Each operation opens the configuration library at the given path and asks it for its records
+ * through __ksl_get_cfg(). Look at both result and verdict: result 0 with verdict 0 is a mismatch, or
+ * a configuration library that could not be opened or lacks the entry point. The operation closes
+ * the library after a comparison. A library that was opened but not compared with stays loaded.
  */
 
 /**
@@ -274,8 +280,8 @@ int32_t ksl_validate_VLAN_PVID_set(uint32_t chip, const char *path, uint32_t *ve
 /**
  * Compares the VLAN table entry of a VLAN with the last record of page 0x08, offset 0x38 before
  * the first record of page 0x08, offset 0x32 that holds the VLAN's number in the low 12 bits of
- * its 3 bytes; where there is no such record, with the last one of the list. They match if both are
- * valid and both their port maps are equal.
+ * its 3 bytes; without such a record, with the last one of the list. They match if both are valid
+ * and both their port maps are equal.
  * @param path the configuration library.
  * @param verdict becomes 1 if they match, else 0. It is not checked and must not be null.
  * @return 0; -1 if `path` is null; else the result of ksl_read_VLAN_map().
@@ -283,10 +289,10 @@ int32_t ksl_validate_VLAN_PVID_set(uint32_t chip, const char *path, uint32_t *ve
 int32_t ksl_validate_VLAN_map(uint32_t chip, uint32_t vid, const char *path, uint32_t *verdict);
 
 /**
- * To be defined by configuration libraries, not by this one: stores the address of the first of
- * its records in *records. They remain the configuration library's, are only read, and only until
- * the operation that asked for them returns. The result is not examined. Where no list is stored,
- * nothing is compared and the operation returns that result.
+ * Defined by configuration libraries, not by this one: stores the address of its first record in
+ * *records. The records remain the configuration library's. They are only read, and only until the
+ * operation that asked for them returns. The result is not examined. If no list is stored, nothing
+ * is compared and the operation returns that result.
  */
 int32_t __ksl_get_cfg(const struct ksl_cfg_record **records);
 
@@ -348,7 +354,8 @@ int32_t ksl_read_MIB_counters(uint32_t chip, struct ksl_mib_port_block *blocks);
 
 /**
  * Reads the age timer of the address table: page 2, offset 0x06, 4 bytes.
- * @param value receives the register word; its bits 0 to 19 hold the age time, in the chip's unit.
+ * @param value receives the register word; bits 0 to 19 are the age time in the chip's unit. See
+ *        ksl_age_time().
  * @return 0; -1 if `value` is null; else the lower library's code, `value` unchanged.
  */
 int32_t ksl_read_age_timer_reg(uint32_t chip, ksl_word *value);
@@ -390,9 +397,9 @@ int32_t ksl_read_cntrl_regs(uint32_t chip, struct ksl_cntrl_regs *regs);
 
 /* ---- Trunk groups ---- */
 
-/** The trunking registers. Bit n of a group is the membership of port n, bit 27 the group's flag. */
+/** The trunk registers. Bit n of a group is the membership of port n, bit 27 the group's flag. */
 struct ksl_trunk_group_regs {
-    ksl_word control;      /**< Page 0x32, offset 0x00, 1 byte; bit 25: trunking enabled. */
+    ksl_word control;      /**< Page 0x32, offset 0x00, 1 byte; bit 1: trunks enabled. */
     ksl_word group0;       /**< Page 0x32, offset 0x10, 4 bytes. */
     ksl_word group0_again; /**< The same register, read once more. */
 };
@@ -403,17 +410,17 @@ KSL_STATIC_ASSERT(offsetof(struct ksl_trunk_group_regs, group0) == 4, "group0 is
 KSL_STATIC_ASSERT(offsetof(struct ksl_trunk_group_regs, group0_again) == 8, "group0_again is word 2");
 
 /**
- * Reads the trunking registers in the order of the record, up to the first that fails.
+ * Reads the trunk registers in the order of the record, up to the first that fails.
  * @param regs receives the words read; those from the failed one on are unchanged.
  * @return 0; -1 if `regs` is null; else the lower library's code of the read that failed.
  */
 int32_t ksl_read_trunk_group_regs(uint32_t chip, struct ksl_trunk_group_regs *regs);
 
 /**
- * Tells whether two ports are both members of an enabled trunk group. Group 1 is accepted, but its
+ * Says whether two ports are both members of an enabled trunk group. Group 1 is accepted, but its
  * members are never confirmed.
- * @param verdict becomes 1 if trunking, the group's flag and both ports' memberships are all set,
- *        else 0, also when the registers could not be read.
+ * @param verdict becomes 1 if the enabling bit, the group's flag and the bits of both ports are all
+ *        set, else 0, also when the registers could not be read.
  * @return 0; -1 if `verdict` is null, a port is above 23 or `group` is above 1, `verdict` unchanged;
  *         else the result of ksl_read_trunk_group_regs().
  */
@@ -422,7 +429,7 @@ int32_t ksl_validate_trunk_group(uint32_t chip, uint32_t group, uint32_t port_a,
 /* ---- Port mirroring ---- */
 
 /**
- * Mirrors what a range of ports sends to a capture port. Writes the mirror control register (page
+ * Mirrors the frames that a range of ports sends to a capture port. Writes the mirror control register (page
  * 2, offset 0x10: bit 31 and the capture port's bit), the ingress mirror mask (offset 0x14: always
  * 0) and the egress mirror mask (offset 0x20: the bits of the range, none if `first_port` is above
  * `last_port`), 4 bytes each.
@@ -441,8 +448,8 @@ int32_t ksl_unset_mirror_port(uint32_t chip, uint32_t port);
 /* ---- Address table ---- */
 
 /**
- * A raw address-table entry, most significant byte first. Seen as a 64-bit number: bits 0 to 47 the
- * MAC address, bits 48 to 52 the port; the others are flags that the library only passes on.
+ * A raw address-table entry, most significant byte first. Bits 0 to 47 are the MAC address, bits 48
+ * to 52 the port; the library gives the others no meaning. See ksl_decode_arl_entry().
  */
 struct ksl_raw_arl_entry {
     uint8_t bytes[8];
@@ -465,7 +472,7 @@ KSL_STATIC_ASSERT(offsetof(struct ksl_arl_entry, mac) == 8, "mac is bytes 8 to 1
 
 /**
  * Fetches the whole address table in one request. Needs 64 KiB of stack for it, and less than 1 KiB more.
- * @param all_ports 0: the output ends before the first entry of port 0 or 1, whatever follows it.
+ * @param all_ports 0: the output ends before the first entry of port 0 or 1, even if others follow.
  *        Any other value: every entry.
  * @param entries receives the entries in the table's order.
  * @param count holds the room in `entries`, and becomes the number of entries written. Neither
@@ -487,19 +494,19 @@ void __KSL_READ_ARL_TABLE(uint32_t chip, void (*callback)(const uint8_t *entry))
  * Lets the chip's search engine deliver every entry (page 5: control at offset 0x20, 8 bytes;
  * VLAN id at 0x2C, 2 bytes; entry at 0x24, 8 bytes), until it reports its end or an access fails.
  * There is no other limit: the arrays must have room for all.
- * @param vlan_words receives a word per result: its VLAN id in bits 16 to 27, the other bits keep
- *        what the caller had there.
+ * @param vlan_words receives a word for each result: bits 0 to 11 of its first 2 bytes become the
+ *        VLAN id, for ksl_arl_vid(); the other bits keep what the caller had there.
  * @param entries receives the entry of each result; bit 56 keeps what the caller had there.
  * @param count becomes the number of results. No pointer is checked and none may be null.
- * @return 0; else the lower library's code. The results delivered before a failure stay, and behind
- *         them the VLAN id of one whose entry could not be read.
+ * @return 0; else the lower library's code. The results delivered before a failure stay, and after
+ *         them the VLAN id of a result whose entry could not be read.
  */
 int32_t dbg_ksl_search_ARL_table(uint32_t chip, ksl_word *vlan_words, struct ksl_raw_arl_entry *entries,
                                  uint32_t *count);
 
 /* ---- MAC filter and learning limits ----
  *
- * Outputs are not checked and must not be null; the reads take what they hold into the trace first.
+ * Outputs are not checked and must not be null; the reads trace what they hold on entry.
  */
 
 /**
@@ -511,21 +518,20 @@ int32_t ksl_get_SA_count_at_port(uint32_t chip, uint32_t port, uint32_t *count);
 
 /**
  * Reads how many source addresses a port may learn: page 0x41, offset 0x70 + 2 * port, 2 bytes.
- * @param threshold receives the register's low 13 bits as a native number; 1234 unless the result
- *        is 0.
+ * @param limit receives the register's low 13 bits as a native number; 1234 unless the result is 0.
  * @return 0; -1 if `port` is above 23; else the lower library's code.
  */
-int32_t ksl_get_learning_threshold_at_port(uint32_t chip, uint32_t port, uint32_t *threshold);
+int32_t ksl_get_learning_threshold_at_port(uint32_t chip, uint32_t port, uint32_t *limit);
 
 /**
  * Writes how many source addresses a port may learn: page 0x41, offset 0x70 + 2 * port, 2 bytes.
- * @param threshold 0 to 8192; 8192 does not fit the register's 13 bits and is written as 0.
- * @return 0; -1 if `port` is above 23 or `threshold` is above 8192; else the lower library's code.
+ * @param limit 0 to 8192; 8192 does not fit the register's 13 bits and is written as 0.
+ * @return 0; -1 if `port` is above 23 or `limit` is above 8192; else the lower library's code.
  */
-int32_t ksl_set_learning_threshold_at_port(uint32_t chip, uint32_t port, uint32_t threshold);
+int32_t ksl_set_learning_threshold_at_port(uint32_t chip, uint32_t port, uint32_t limit);
 
 /**
- * Does nothing but trace its arguments: no filter reaches the chip.
+ * Only traces its arguments: no filter reaches the chip.
  * @return 0.
  */
 int32_t ksl_set_MAC_filter(uint32_t chip, uint32_t filter);
@@ -550,7 +556,7 @@ int32_t ksl_reset_switch(uint32_t chip);
 
 /**
  * Selects a switch configuration of the hub.
- * @param configuration 0, 1 or 2; what they stand for is the hub's affair.
+ * @param configuration 0, 1 or 2; the hub gives them their meaning.
  * @return 0; -1 for any other configuration; else the lower library's code.
  */
 int32_t dbg_ksl_set_EPN_configuration(uint32_t chip, uint32_t configuration);
@@ -577,8 +583,8 @@ int32_t dbg_ksl_set_reg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t 
 
 /**
  * Reads eleven registers in one request and dumps them into the trace, and nowhere else: switch
- * mode, self-test status, age timer, VLAN table address, trunking control (twice), and five of the
- * VLAN page 0x34.
+ * mode, self-test status, age timer, VLAN table address, trunk control (twice), VLAN enable, and VLAN
+ * control 1, 2, 7 and 8.
  * @return 0; else the lower library's code, nothing dumped.
  */
 int32_t dbg_ksl_dump_reg(uint32_t chip);
@@ -586,17 +592,17 @@ int32_t dbg_ksl_dump_reg(uint32_t chip);
 /* ---- Access to the lower library ----
  *
  * Each looks its entry point up by name on every call and returns its result, or -1 (and a trace
- * record) when the lower library lacks it. Where nothing else is said, the low 8 bits of chip,
- * page and offset are passed on and every other argument as it is.
+ * record) when the lower library lacks it. It passes on the low 8 bits of chip, page and offset, and
+ * every other argument unchanged, unless it says otherwise.
  */
 
 /** Reads `length` bytes of a register into `buffer` through "hwa_getreg". */
 int32_t __hwa_getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer);
 
 /**
- * Reads `count` registers through "hwa_get_multireg"; a library without it is asked for one
- * register after the other. Then each request's data field receives `length` bytes whether its
- * read succeeded or not, the result is that of the last read, and 0 when `count` is 0.
+ * Reads `count` registers through "hwa_get_multireg", or one by one if the lower library lacks it.
+ * One by one, each request's data field receives `length` bytes whether its read succeeded or not;
+ * the result is that of the last read, and 0 if `count` is 0.
  */
 int32_t __hwa_get_multireg(uint32_t chip, struct ksl_reg_request *requests, uint32_t count);
 
@@ -633,7 +639,7 @@ int32_t __print_status_array(const uint8_t *bytes, uint32_t length);
 int32_t __print_time_diff(const struct timeval *end, const struct timeval *start);
 
 /**
- * Copies `count` bytes from `source` to `destination`; mind the order of the two.
+ * Copies `count` bytes from `source` to `destination`; note the order of the two.
  * @return `destination`.
  */
 void *__hwa_copy_status_bytes(const void *source, void *destination, uint32_t count);
