@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A trace tells its points by their identifiers alone: the build fails when one stands twice in the tables.
+// A trace knows its points by their identifiers alone: the build fails when two points have the same.
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -22,6 +22,6 @@ constexpr bool unique() {
     return true;
 }
 
-static_assert(unique(), "an identifier stands twice in the trace tables");
+static_assert(unique(), "two trace points have the same identifier");
 
 } // namespace

@@ -7,7 +7,7 @@ using namespace ksl;
 
 constexpr uint32_t kMicrosecondsPerSecond = 1000000;
 
-// Wraps at 2^32; a difference of two comes out right all the same.
+// Wraps at 2^32; the difference of two is right nevertheless.
 uint32_t microseconds(const timeval &time) {
     return static_cast<uint32_t>(time.tv_sec) * kMicrosecondsPerSecond + static_cast<uint32_t>(time.tv_usec);
 }

@@ -9,10 +9,10 @@ namespace ksl {
 // Writes the run time of the operation that was stamped last.
 [[gnu::cold]] void trace_run_time();
 
-// The end of a frame alone: for an operation that leaves the start stamp to those that it calls.
+// Only the end of a frame, for an operation that leaves the start stamp to those that it calls.
 class UnstampedFrame {
 public:
-    // An operation that returns without it leaves no end stamp and no run time.
+    // An operation that refuses an argument returns without it, and leaves no end stamp and no run time.
     int32_t leave(int32_t result) const {
         gettimeofday(&ksl_end_time, &ksl_time_zone);
         if (ksl_time_enabled != 0) {

@@ -45,6 +45,7 @@ void bind_lower_library() {
 extern "C" void ksl_init() {
     trace_kbuf_init_buffer(&ksl_trace_buffer, kTraceBufferName, kTraceBufferSize);
     bind_lower_library();
+    // Also when the library is opened again; the block before is lost then.
     ksl_scratch_buffer = malloc(kScratchSize);
     if (ksl_scratch_buffer == nullptr) {
         trace(points::scratch_buffer_missing);

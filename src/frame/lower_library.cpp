@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The one road to the lower switch-access library: a shim for each entry point, looked up by name on every call.
+// The only way to the lower switch-access library: a shim for each entry point, which it looks up by name on every
+// call.
 #include "frame/lower_library.h"
 
 #include <cstring>
@@ -23,6 +24,7 @@ extern "C" int32_t __hwa_get_multireg(uint32_t chip, ksl_reg_request *requests, 
     if (get_multireg != nullptr) {
         return get_multireg(low_byte(chip), requests, count);
     }
+    // A failed read does not end the batch. Callers get the bytes of every request, and the result of the last.
     int32_t result = 0;
     for (uint32_t i = 0; i < count; ++i) {
         ksl_reg_request &request = requests[i];

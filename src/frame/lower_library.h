@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How entry points of the lower library are found, and the access that nearly every operation makes.
+// Looking up entry points of the lower library, and the accesses that nearly every operation makes.
 #pragma once
 
 #include "frame/trace.h"
@@ -11,7 +11,7 @@ namespace ksl {
 
 constexpr int32_t kMissing = -1;
 
-// Aligned, because the loader compares a name on every look-up: it does so in words then.
+// Aligned, so that the loader, which compares a name on every look-up, can do so word by word.
 struct alignas(16) EntryPointName {
     char text[20];
 };
@@ -39,8 +39,7 @@ constexpr uint8_t low_byte(uint32_t value) {
 [[gnu::cold]] void trace_getreg_missing();
 [[gnu::cold]] void trace_setreg_missing();
 
-// What __hwa_getreg and __hwa_setreg do, inline: with a register known at build time an access costs its platform
-// calls only.
+// __hwa_getreg and __hwa_setreg inline: with a register known at build time an access costs only its platform calls.
 inline int32_t getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length, uint8_t *buffer) {
     const auto entry_point = look_up<decltype(hwa_getreg)>(kGetreg);
     if (entry_point == nullptr) {

@@ -8,33 +8,32 @@
 
 namespace ksl {
 
-#ifdef __OPTIMIZE_SIZE__
-inline namespace compact {
-#else
+#ifdef KSL_POLLED
 inline namespace fast {
+#else
+inline namespace compact {
 #endif
 
-// One record with the bytes; there is a trace point for each length that a register can have.
-[[gnu::always_inline]] inline int32_t trace_status_bytes(const uint8_t *b, uint32_t length) {
-    switch (length) {
-    case 1:
+// One record with the bytes. Each length that a register can have has its trace point.
+template <uint32_t Length>
+[[gnu::always_inline]] inline int32_t trace_status_bytes(const uint8_t *b) {
+    static_assert(Length >= 1 && Length <= 8);
+    if constexpr (Length == 1) {
         return trace(points::status_bytes_1, b[0]);
-    case 2:
+    } else if constexpr (Length == 2) {
         return trace(points::status_bytes_2, b[0], b[1]);
-    case 3:
+    } else if constexpr (Length == 3) {
         return trace(points::status_bytes_3, b[0], b[1], b[2]);
-    case 4:
+    } else if constexpr (Length == 4) {
         return trace(points::status_bytes_4, b[0], b[1], b[2], b[3]);
-    case 5:
+    } else if constexpr (Length == 5) {
         return trace(points::status_bytes_5, b[0], b[1], b[2], b[3], b[4]);
-    case 6:
+    } else if constexpr (Length == 6) {
         return trace(points::status_bytes_6, b[0], b[1], b[2], b[3], b[4], b[5]);
-    case 7:
+    } else if constexpr (Length == 7) {
         return trace(points::status_bytes_7, b[0], b[1], b[2], b[3], b[4], b[5], b[6]);
-    case 8:
+    } else {
         return trace(points::status_bytes_8, b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7]);
-    default:
-        return trace(points::status_bytes_unsupported);
     }
 }
 

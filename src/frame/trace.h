@@ -29,7 +29,7 @@ namespace points {
 #include "frame/trace_points.def"
 } // namespace points
 
-// Named by the compiler's complaint about a record whose values do not fit its trace point.
+// The compiler names it in its complaint about a record whose values do not fit its trace point.
 inline void values_do_not_match_the_trace_point() {}
 
 // A trace point at the line that writes it.
@@ -42,7 +42,7 @@ struct TracePlace {
         }
     }
 
-    // The same point at another line: that of the operation for which a helper writes.
+    // The same point at another line: a helper writes the record at the line of its operation.
     constexpr TracePlace at(uint32_t line) const {
         TracePlace place = *this;
         place.header = Values << 16 | line;
@@ -65,7 +65,7 @@ inline uint32_t trace_value(const void *address) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(address));
 }
 
-// Records of up to five values for sources that are compiled for size: there each is one call.
+// Records of up to five values for sources that are not polled; each is one call there.
 int32_t write_record(uint32_t identifier, uint32_t header);
 int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0);
 int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t v1);
@@ -74,13 +74,14 @@ int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t
 int32_t write_record(uint32_t identifier, uint32_t header, uint32_t v0, uint32_t v1, uint32_t v2, uint32_t v3,
                      uint32_t v4);
 
-// What is inline differs between sources compiled for size and for speed, and so do the names that the linker sees.
-#ifdef __OPTIMIZE_SIZE__
-constexpr bool kCompact = true;
-inline namespace compact {
-#else
+// The helpers are inline in the sources that services poll (KSL_POLLED) and shared in all others. The linker sees two
+// names for the two forms.
+#ifdef KSL_POLLED
 constexpr bool kCompact = false;
 inline namespace fast {
+#else
+constexpr bool kCompact = true;
+inline namespace compact {
 #endif
 
 // Writes one record; the result is the trace library's and may be ignored. Slots without a value are zero.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Register words: 32-bit values whose first byte in memory is the most significant one, on every host. Bit numbers
-// count from the least significant bit, as the chip's do.
+// Numbers of 32 and 16 bits whose first byte in memory is the most significant one, on every host, as the chip's
+// registers are. Bit 0 is the least significant one.
 #pragma once
 
 #include <cstdint>
@@ -20,15 +20,26 @@ inline void store_word(uint32_t word, void *memory) {
     bytes[3] = static_cast<uint8_t>(word);
 }
 
-// The `width` bits of a word from bit `lowest` upwards.
-constexpr uint32_t field(uint32_t word, uint32_t lowest, uint32_t width) {
-    return word >> lowest & ((1u << width) - 1);
+inline uint32_t load_half(const void *memory) {
+    const auto bytes = static_cast<const uint8_t *>(memory);
+    return uint32_t{bytes[0]} << 8 | uint32_t{bytes[1]};
 }
 
-// The word with those bits replaced; bits of `value` above the width fall off.
-constexpr uint32_t with_field(uint32_t word, uint32_t lowest, uint32_t width, uint32_t value) {
+inline void store_half(uint32_t half, void *memory) {
+    const auto bytes = static_cast<uint8_t *>(memory);
+    bytes[0] = static_cast<uint8_t>(half >> 8);
+    bytes[1] = static_cast<uint8_t>(half);
+}
+
+// The `width` bits of a number from bit `lowest` upwards.
+constexpr uint32_t field(uint32_t number, uint32_t lowest, uint32_t width) {
+    return number >> lowest & ((1u << width) - 1);
+}
+
+// The number with those bits replaced; bits of `value` above the width are dropped.
+constexpr uint32_t with_field(uint32_t number, uint32_t lowest, uint32_t width, uint32_t value) {
     const uint32_t mask = ((1u << width) - 1) << lowest;
-    return (word & ~mask) | (value << lowest & mask);
+    return (number & ~mask) | (value << lowest & mask);
 }
 
 } // namespace ksl
