@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The chip's VLAN settings compared with those that a configuration library expects.
 #include "frame/call_frame.h"
-#include "vlan/registers.h"
+#include "vlan/table.h"
 #include "vlan/trace_points.h"
 
 #include <cstring>
 #include <dlfcn.h>
+#include <ksl/decode.h>
+#include <ksl/registers.h>
 
 extern "C" {
 // The configuration library; null at load and after a comparison.
@@ -16,7 +18,7 @@ namespace {
 
 using namespace ksl;
 
-// What is told on the way to the expected records.
+// The records written on the way to the expected settings.
 struct ConfigurationPlaces {
     TracePlace<0> no_path;
     TracePlace<1> not_opened;
@@ -25,14 +27,16 @@ struct ConfigurationPlaces {
     TracePlace<0> asking;
 };
 
-// Opens the configuration library and gives the first of its records, null where there is none to compare with; sets
-// `result` in the cases that have one of their own. The library stays open.
+// Opens the configuration library and returns the first of its records, or null if it has none to compare with. A
+// missing path and the library's own answer set `result`; a library that is of no use leaves it, and so the operation
+// succeeds without a verdict. The library stays open, also after a failure: only a comparison closes it.
 const ksl_cfg_record *open_configuration(const char *path, const ConfigurationPlaces &places, int32_t &result) {
     if (path == nullptr) {
         trace(places.no_path);
         result = -1;
         return nullptr;
     }
+    // A handle that an earlier operation left is given up, and its library stays loaded.
     ksl_cfg_handle = dlopen(path, RTLD_NOW | RTLD_GLOBAL);
     if (ksl_cfg_handle == nullptr) {
         trace(places.not_opened, dlerror());
@@ -61,37 +65,40 @@ constexpr bool is_last(const ksl_cfg_record &record) {
 
 // ---- PVIDs ----
 
-// The expected PVID words by port; a later record of a port replaces an earlier one.
-void expect_pvids(const ksl_cfg_record *record, uint32_t (&expected)[KSL_PORTS]) {
+// The expected PVID registers by port; a later record of a port replaces an earlier one.
+void expect_pvids(const ksl_cfg_record *record, ksl_word (&expected)[KSL_PORTS]) {
+    constexpr ksl_register kPvid = ksl_pvid_register;
     for (; !is_last(*record); ++record) {
-        if (record->page != pvid(0).page || record->offset < pvid(0).offset) {
+        if (record->page != kPvid.page || record->offset < kPvid.offset) {
             continue;
         }
-        const uint32_t port = (record->offset - pvid(0).offset) / 2;
+        // A record may name either byte of a register. Those after the last port's are none of a port.
+        const uint32_t port = (uint32_t{record->offset} - kPvid.offset) / kPvid.offset_step;
         if (port < KSL_PORTS) {
-            expected[port] = load_word(record->value);
+            memcpy(&expected[port], record->value, kPvid.length);
         }
     }
 }
 
-constexpr bool same_pvid(uint32_t found, uint32_t expected) {
-    return pvid_vlan_id(found) == pvid_vlan_id(expected) && pvid_priority(found) == pvid_priority(expected);
+bool same_pvid(const ksl_word &found, const ksl_word &expected) {
+    return ksl_pvid_vid(&found) == ksl_pvid_vid(&expected) && ksl_pvid_priority(&found) == ksl_pvid_priority(&expected);
 }
 
-void trace_pvids(TracePlace<5> place, uint32_t port, uint32_t found, uint32_t expected) {
-    trace(place, port, pvid_vlan_id(found), pvid_priority(found), pvid_vlan_id(expected), pvid_priority(expected));
+void trace_pvids(TracePlace<5> place, uint32_t port, const ksl_word &found, const ksl_word &expected) {
+    trace(place, port, ksl_pvid_vid(&found), ksl_pvid_priority(&found), ksl_pvid_vid(&expected),
+          ksl_pvid_priority(&expected));
 }
 
 // Traces every port, then those that differ.
-bool same_pvids(const ksl_word (&found)[KSL_PORTS], const uint32_t (&expected)[KSL_PORTS]) {
+bool same_pvids(const ksl_word (&found)[KSL_PORTS], const ksl_word (&expected)[KSL_PORTS]) {
     trace(points::validate_VLAN_PVID_set_comparing);
     for (uint32_t port = 0; port < KSL_PORTS; ++port) {
-        trace_pvids(points::validate_VLAN_PVID_set_port, port, load_word(&found[port]), expected[port]);
+        trace_pvids(points::validate_VLAN_PVID_set_port, port, found[port], expected[port]);
     }
     uint32_t mismatch = 0;
     for (uint32_t port = 0; port < KSL_PORTS; ++port) {
-        if (!same_pvid(load_word(&found[port]), expected[port])) {
-            trace_pvids(points::validate_VLAN_PVID_set_differs, port, load_word(&found[port]), expected[port]);
+        if (!same_pvid(found[port], expected[port])) {
+            trace_pvids(points::validate_VLAN_PVID_set_differs, port, found[port], expected[port]);
             mismatch = 1;
         }
     }
@@ -104,23 +111,22 @@ bool same_pvids(const ksl_word (&found)[KSL_PORTS], const uint32_t (&expected)[K
 // The last entry before the first address record of the VLAN; without such a record, the last one of all.
 void expect_vlan_entry(const ksl_cfg_record *record, uint32_t vid, uint8_t *entry) {
     for (; !is_last(*record); ++record) {
-        if (record->page != kVlanTableData.page) {
+        if (record->page != ksl_vlan_table_entry_register.page) {
             continue;
         }
-        if (record->offset == kVlanTableData.offset) {
-            memcpy(entry, record->value, kVlanTableData.length);
-        } else if (record->offset == kVlanTableAddress.offset &&
-                   field(load_word(record->value), kTableVlanIdBit, kTableVlanIdBits) == vid) {
+        if (record->offset == ksl_vlan_table_entry_register.offset) {
+            memcpy(entry, record->value, ksl_vlan_table_entry_register.length);
+        } else if (record->offset == ksl_vlan_table_address_register.offset && addressed_vlan(record->value) == vid) {
             trace(points::validate_VLAN_map_vid_found, vid);
             return;
         }
     }
 }
 
-// What the extra field and the uppermost bits hold does not matter.
-constexpr bool same_vlan_entry(const VlanEntry &found, const VlanEntry &expected) {
-    return found.valid == 1 && expected.valid == 1 && found.upper_map_high == expected.upper_map_high &&
-           found.upper_map_low == expected.upper_map_low && found.lower_map == expected.lower_map;
+// The field between the valid bit and the port maps does not matter.
+constexpr bool same_vlan_entry(const ksl_vlan_entry &found, const ksl_vlan_entry &expected) {
+    return found.valid == 1 && expected.valid == 1 && found.upper_map == expected.upper_map &&
+           found.lower_map == expected.lower_map;
 }
 
 } // namespace
@@ -135,13 +141,14 @@ extern "C" int32_t ksl_validate_VLAN_PVID_set(uint32_t chip, const char *path, u
     };
     const CallFrame frame;
     trace(points::validate_VLAN_PVID_set_entry, chip, path, verdict);
+    // Before any check: no failure leaves an old verdict.
     *verdict = 0;
     int32_t result = 0;
     const ksl_cfg_record *const records = open_configuration(path, kPlaces, result);
     if (records != nullptr) {
         trace(points::validate_VLAN_PVID_set_records, records);
         trace(points::validate_VLAN_PVID_set_first_page, records->page);
-        uint32_t expected[KSL_PORTS] = {};
+        ksl_word expected[KSL_PORTS] = {};
         expect_pvids(records, expected);
         ksl_word found[KSL_PORTS] = {};
         result = ksl_read_VLAN_PVID_regs(chip, found);
@@ -170,14 +177,14 @@ extern "C" int32_t ksl_validate_VLAN_map(uint32_t chip, uint32_t vid, const char
     int32_t result = 0;
     const ksl_cfg_record *const records = open_configuration(path, kPlaces, result);
     if (records != nullptr) {
-        uint8_t bytes[kRegisterBytes] = {};
+        uint8_t bytes[ksl_vlan_table_entry_register.length] = {};
         expect_vlan_entry(records, vid, bytes);
-        const VlanEntry expected = load_vlan_entry(bytes);
+        const ksl_vlan_entry expected = ksl_decode_vlan_entry(bytes);
         trace_vlan_entry(points::validate_VLAN_map_expected, expected);
         memset(bytes, 0, sizeof bytes);
         result = ksl_read_VLAN_map(chip, vid, bytes);
         if (result == 0) {
-            const VlanEntry found = load_vlan_entry(bytes);
+            const ksl_vlan_entry found = ksl_decode_vlan_entry(bytes);
             trace_vlan_entry(points::validate_VLAN_map_found, found);
             *verdict = same_vlan_entry(found, expected) ? 1 : 0;
             close_configuration();
