@@ -13,23 +13,23 @@ using namespace ksl;
 // The chip's table holds no more.
 constexpr uint32_t kTableEntries = 8192;
 
-// Left out unless all ports are asked for.
+// Entries of these ports are left out unless all ports are asked for.
 bool is_hidden(const ksl_raw_arl_entry &entry) {
-    return port_of(load_word(entry.bytes)) <= 1;
+    return port_of(entry) <= 1;
 }
 
-// The number of entries written. A hidden one is not stepped over: it ends the output.
+// Returns the number of entries written. A hidden entry is not skipped but ends the output: callers know the table as
+// far as its first one.
 uint32_t unpack_table(const ksl_raw_arl_entry *table, uint32_t found, bool all_ports, ksl_arl_entry *entries) {
     for (uint32_t i = 0; i < found; ++i) {
         if (!all_ports && is_hidden(table[i])) {
             return i;
         }
-        const uint32_t word = load_word(table[i].bytes);
         const uint8_t *mac = table[i].bytes + 2;
-        entries[i].flag55 = flag55_of(word);
-        entries[i].port = port_of(word);
+        entries[i].flag55 = flag55_of(table[i]);
+        entries[i].port = port_of(table[i]);
         copy_status_bytes(mac, entries[i].mac, sizeof entries[i].mac);
-        trace(points::read_arl_table_address, port_of(word), mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+        trace(points::read_arl_table_address, port_of(table[i]), mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
     }
     return found;
 }

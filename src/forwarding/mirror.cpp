@@ -9,24 +9,21 @@ namespace {
 
 using namespace ksl;
 
-constexpr Register kMirrorControl{0x02, 0x10, 4};
-constexpr Register kIngressMirrorMask{0x02, 0x14, 4};
-constexpr Register kEgressMirrorMask{0x02, 0x20, 4};
-
 constexpr uint32_t kMirrorEnable = 1u << 31;
 constexpr uint32_t kNoPorts = 0;
 
-// None where the first port stands behind the last.
+// No bits where the first port is above the last.
 constexpr uint32_t ports(uint32_t first, uint32_t last) {
     const uint32_t up_to_last = (2u << last) - 1;
     const uint32_t below_first = (1u << first) - 1;
     return up_to_last & ~below_first;
 }
 
-int32_t write_word(uint32_t chip, const Register &place, uint32_t word, TracePlace<3> failure) {
+template <ksl_register Row>
+int32_t write_word(uint32_t chip, uint32_t word, TracePlace<3> failure) {
     uint8_t bytes[sizeof(ksl_word)];
     store_word(word, bytes);
-    return write_register(chip, place, bytes, failure);
+    return write_register(chip, at<Row>(), bytes, failure);
 }
 
 } // namespace
@@ -38,13 +35,14 @@ extern "C" int32_t ksl_set_mirror_port(uint32_t chip, uint32_t capture_port, uin
         return -1;
     }
     const uint32_t control = kMirrorEnable | ports(capture_port, capture_port);
-    int32_t result = write_word(chip, kMirrorControl, control, points::register_write_failed);
+    int32_t result = write_word<ksl_mirror_control_register>(chip, control, points::register_write_failed);
     if (result == 0) {
         // Received frames are never mirrored.
-        result = write_word(chip, kIngressMirrorMask, kNoPorts, points::register_write_failed);
+        result = write_word<ksl_ingress_mirror_mask_register>(chip, kNoPorts, points::register_write_failed);
     }
     if (result == 0) {
-        result = write_word(chip, kEgressMirrorMask, ports(first_port, last_port), points::register_write_failed);
+        result = write_word<ksl_egress_mirror_mask_register>(chip, ports(first_port, last_port),
+                                                             points::register_write_failed);
     }
     trace(points::set_mirror_port_exit, result);
     return frame.leave(result);
@@ -56,8 +54,8 @@ extern "C" int32_t ksl_unset_mirror_port(uint32_t chip, uint32_t port) {
     if (port >= KSL_PORTS) {
         return -1;
     }
-    // The record of a failed read stands for this failed write: readers of the trace expect it here.
-    const int32_t result = write_word(chip, kMirrorControl, kNoPorts, points::register_read_failed);
+    // A failed write leaves the record of a failed read: readers of the trace know it by that.
+    const int32_t result = write_word<ksl_mirror_control_register>(chip, kNoPorts, points::register_read_failed);
     trace(points::unset_mirror_port_exit, result);
     return frame.leave(result);
 }

@@ -5,23 +5,21 @@
 #include "frame/register_access.h"
 #include "frame/words.h"
 
+#include <ksl/decode.h>
+
 namespace {
 
 using namespace ksl;
 
-constexpr Register kTrunkControl{0x32, 0x00, 1};
-constexpr Register kTrunkGroup0{0x32, 0x10, 4};
-
-constexpr uint32_t kTrunkingEnabledBit = 25;
+// Bits of trunk control and of a group's register.
+constexpr uint32_t kEnabledBit = 1;
 constexpr uint32_t kGroupFlagBit = 27;
+
 constexpr uint32_t kLastGroup = 1;
 
-bool has_bit(uint32_t word, uint32_t bit) {
-    return field(word, bit, 1) != 0;
-}
-
-// The register's bytes from the first of the word on; the rest of the word is zero.
-[[gnu::always_inline]] inline int32_t read_word(uint32_t chip, const Register &place, ksl_word *word,
+// The register's bytes come first in the word, the rest of the word is zero.
+template <uint32_t Length>
+[[gnu::always_inline]] inline int32_t read_word(uint32_t chip, const Register<Length> &place, ksl_word *word,
                                                 TracePlace<3> failure) {
     uint8_t bytes[kRegisterBytes] = {};
     const int32_t result = read_register(chip, place, bytes, failure);
@@ -32,9 +30,9 @@ bool has_bit(uint32_t word, uint32_t bit) {
 }
 
 bool both_members(const ksl_trunk_group_regs &regs, uint32_t port_a, uint32_t port_b) {
+    const uint32_t enabled = ksl_register_bit(&regs.control, ksl_trunk_control_register.length, kEnabledBit);
     const uint32_t group = load_word(&regs.group0);
-    return has_bit(load_word(&regs.control), kTrunkingEnabledBit) && has_bit(group, kGroupFlagBit) &&
-           has_bit(group, port_a) && has_bit(group, port_b);
+    return (enabled & field(group, kGroupFlagBit, 1) & field(group, port_a, 1) & field(group, port_b, 1)) != 0;
 }
 
 } // namespace
@@ -45,15 +43,15 @@ extern "C" int32_t ksl_read_trunk_group_regs(uint32_t chip, ksl_trunk_group_regs
     if (regs == nullptr) {
         return -1;
     }
-    int32_t result = read_word(chip, kTrunkControl, &regs->control, points::register_read_failed);
+    int32_t result = read_word(chip, at<ksl_trunk_control_register>(), &regs->control, points::register_read_failed);
     if (result == 0) {
         trace(points::read_trunk_group_regs_control, chip, &regs->control);
-        result = read_word(chip, kTrunkGroup0, &regs->group0, points::register_read_failed);
+        result = read_word(chip, at<ksl_trunk_group_0_register>(), &regs->group0, points::register_read_failed);
     }
     if (result == 0) {
         trace(points::read_trunk_group_regs_group0, chip, &regs->group0);
-        // The same register again: no other one is read.
-        result = read_word(chip, kTrunkGroup0, &regs->group0_again, points::register_read_failed);
+        // The same register once more: callers find it in the third word of their record.
+        result = read_word(chip, at<ksl_trunk_group_0_register>(), &regs->group0_again, points::register_read_failed);
     }
     if (result == 0) {
         trace(points::read_trunk_group_regs_group0_again, chip, &regs->group0_again);
@@ -75,7 +73,7 @@ extern "C" int32_t ksl_validate_trunk_group(uint32_t chip, uint32_t group, uint3
     if (result != 0) {
         trace(points::validate_trunk_group_read_failed);
     } else if (group == kLastGroup) {
-        // Its register is not among those read: its members are never confirmed.
+        // Its register is none of those read, so its members are never confirmed.
         trace(points::validate_trunk_group_group1, group);
     } else {
         *verdict = both_members(regs, port_a, port_b) ? 1 : 0;
