@@ -4,6 +4,7 @@
 #include "frame/call_frame.h"
 
 #include <iterator>
+#include <ksl/registers.h>
 
 namespace {
 
@@ -13,12 +14,16 @@ struct DumpedRegister {
     uint8_t page;
     uint8_t offset;
     uint8_t length;
+
+    consteval DumpedRegister(const ksl_register &row) : page(row.page), offset(row.offset), length(row.length) {}
 };
 
-// The trunking control register is dumped twice: readers of the trace count on eleven rows.
+// Trunk control is read and dumped twice: readers of the trace count on eleven registers.
 constexpr DumpedRegister ksl_dump_reg_table[] = {
-    {0x00, 0x00, 1}, {0x01, 0x00, 6}, {0x02, 0x06, 4}, {0x08, 0x32, 3}, {0x32, 0x00, 1}, {0x32, 0x00, 1},
-    {0x34, 0x00, 1}, {0x34, 0x01, 1}, {0x34, 0x02, 1}, {0x34, 0x07, 1}, {0x34, 0x08, 1},
+    ksl_switch_mode_register,        ksl_self_test_register,      ksl_age_timer_register,
+    ksl_vlan_table_address_register, ksl_trunk_control_register,  ksl_trunk_control_register,
+    ksl_vlan_enable_register,        ksl_vlan_control_1_register, ksl_vlan_control_2_register,
+    ksl_vlan_control_7_register,     ksl_vlan_control_8_register,
 };
 constexpr uint32_t kDumpedRegisters = std::size(ksl_dump_reg_table);
 
@@ -41,7 +46,7 @@ extern "C" int32_t dbg_ksl_set_reg(uint32_t chip, uint32_t page, uint32_t offset
                                    const uint8_t *buffer) {
     const CallFrame frame;
     trace(points::set_reg_entry, chip, page, offset, length);
-    // Before the write: the trace tells what was tried.
+    // Before the write: the trace shows what was tried.
     __print_status_array(buffer, length);
     const int32_t result = __hwa_setreg(chip, page, offset, length, buffer);
     if (result != 0) {

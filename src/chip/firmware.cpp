@@ -26,7 +26,7 @@ extern "C" int32_t ksl_read_EPN_firmware_version(uint32_t chip, uint8_t *version
     if (result != 0) {
         trace(points::read_epn_firmware_version_command_failed);
     } else {
-        // Whatever length the answer has.
+        // However long the answer is. Its bytes 2 and 4 are not traced.
         *length = kVersionBytes;
         copy_status_bytes(response, version, kVersionBytes);
         trace(points::read_epn_firmware_version_answer, response[0], response[1], response[3], response[5], response[6],

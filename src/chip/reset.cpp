@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What concerns a switch chip as a whole: its reset, and the hub's configuration for it.
+// Operations on a whole switch chip: its reset, and the hub's configuration for it.
 #include "chip/trace_points.h"
 #include "frame/call_frame.h"
 
@@ -14,6 +14,7 @@ constexpr uint32_t kLastConfiguration = 2;
 extern "C" int32_t ksl_reset_switch(uint32_t chip) {
     const CallFrame frame;
     trace(points::reset_switch_entry, chip);
+    // The lower library gets the whole chip number here, not the low 8 bits alone.
     const int32_t result = __hwa_reset_switch_chip(chip);
     if (result != 0) {
         trace(points::reset_switch_failed, chip);
