@@ -1,24 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
-// Ports switched on and off, their control register, and the reset of a PHY. What is written are fixed values: nothing
-// is read and merged before.
+// Switching ports on and off, their control register, and the reset of a PHY. All values written are fixed: nothing is
+// read and merged before.
 #include "frame/call_frame.h"
+#include "frame/register_access.h"
 #include "frame/words.h"
-#include "port/phy.h"
 #include "port/trace_points.h"
+
+#include <linux/mii.h>
 
 namespace {
 
 using namespace ksl;
 
-constexpr Register port_control(uint32_t port) {
-    return {0x00, 0xD0 + port, 1};
-}
+// The bytes of a PHY control register.
+struct PhyControl {
+    consteval PhyControl(uint32_t bits) : bytes{static_cast<uint8_t>(bits >> 8), static_cast<uint8_t>(bits)} {}
 
-constexpr uint8_t kPhyReset[4] = {0x80, 0x00};
+    uint8_t bytes[2];
+};
 
-// What switches a port, and the records that tell of it.
+constexpr PhyControl kReset = BMCR_RESET;
+
+// The settings that switch a port, and the records about it.
 struct PortSwitch {
-    uint8_t phy_control[4];
+    PhyControl phy_control;
     uint8_t port_control;
     TracePlace<2> entry;
     TracePlace<3> phy_write_failed;
@@ -36,16 +41,17 @@ int32_t switch_port(uint32_t chip, uint32_t port, const PortSwitch &to) {
     if (port >= KSL_PORTS) {
         return -1;
     }
-    const Register control = port_control(port);
+    const auto control = at<ksl_port_control_register>(port);
     uint8_t bytes[kRegisterBytes] = {to.port_control};
-    int32_t result = write_register(chip, phy_control(port), to.phy_control, to.phy_write_failed);
+    int32_t result =
+        write_register(chip, at<ksl_phy_control_register>(port), to.phy_control.bytes, to.phy_write_failed);
     if (result == 0) {
         trace(to.writing, port, control.offset, bytes);
         result = write_register(chip, control, bytes, to.write_failed);
     }
     if (result == 0) {
         trace(to.written, port, result);
-        // Read back for the trace alone: what it shows changes nothing.
+        // Read back for the trace alone: a port that did not switch is no failure.
         result = read_register(chip, control, bytes, to.read_failed);
         if (result == 0) {
             trace(to.read_back, port, field(bytes[0], 1, 1), field(bytes[0], 0, 1));
@@ -59,7 +65,7 @@ int32_t switch_port(uint32_t chip, uint32_t port, const PortSwitch &to) {
 
 extern "C" int32_t ksl_activate_port(uint32_t chip, uint32_t port) {
     static constexpr PortSwitch kOn{
-        .phy_control = {0x30, 0x00},
+        .phy_control = BMCR_SPEED100 | BMCR_ANENABLE,
         .port_control = 0x00,
         .entry = points::activate_port_entry,
         .phy_write_failed = points::register_write_failed,
@@ -75,7 +81,7 @@ extern "C" int32_t ksl_activate_port(uint32_t chip, uint32_t port) {
 
 extern "C" int32_t ksl_deactivate_port(uint32_t chip, uint32_t port) {
     static constexpr PortSwitch kOff{
-        .phy_control = {0x40, 0x00},
+        .phy_control = BMCR_LOOPBACK,
         .port_control = 0x03,
         .entry = points::deactivate_port_entry,
         .phy_write_failed = points::register_write_failed,
@@ -96,7 +102,7 @@ extern "C" int32_t ksl_read_port_cntrl_reg(uint32_t chip, uint32_t port, ksl_wor
         return -1;
     }
     uint8_t bytes[kRegisterBytes] = {};
-    const int32_t result = read_register(chip, port_control(port), bytes);
+    const int32_t result = read_register(chip, at<ksl_port_control_register>(port), bytes);
     if (result == 0) {
         copy_status_bytes(bytes, out, 4);
     }
@@ -109,11 +115,14 @@ extern "C" int32_t ksl_reset_PHY(uint32_t chip, uint32_t port) {
     trace(points::reset_PHY_entry, chip);
     int32_t result = -1;
     if (port >= KSL_PORTS) {
+        // Unlike the other operations on ports this one comes to its exit.
         trace(points::reset_PHY_refused, port);
     } else {
-        const Register control = phy_control(port);
-        trace(points::reset_PHY_writing, port, control.page, kPhyReset);
-        result = write_register(chip, control, kPhyReset, points::second_register_write_failed);
+        const auto control = at<ksl_phy_control_register>(port);
+        trace(points::reset_PHY_writing, port, control.page, kReset.bytes);
+        // The second record of a failed write: by it readers of the trace know this write and that of a learning limit
+        // from all others.
+        result = write_register(chip, control, kReset.bytes, points::second_register_write_failed);
     }
     trace(points::reset_PHY_exit, result);
     return frame.leave(result);

@@ -4,18 +4,7 @@
 #include "frame/register_access.h"
 #include "port/trace_points.h"
 
-namespace {
-
 using namespace ksl;
-
-constexpr Register kSwitchMode{0x00, 0x00, 1};
-constexpr Register kBistStatus{0x01, 0x00, 6};
-constexpr Register kLinkStatus{0x01, 0x10, 4};
-constexpr Register kSecondLinkStatus{0x01, 0x14, 4};
-constexpr Register kPortSpeed{0x01, 0x18, 4};
-constexpr Register kPortDuplex{0x01, 0x1C, 4};
-
-} // namespace
 
 extern "C" int32_t ksl_read_bist_status_reg(uint32_t chip, uint8_t *out) {
     const CallFrame frame;
@@ -24,14 +13,15 @@ extern "C" int32_t ksl_read_bist_status_reg(uint32_t chip, uint8_t *out) {
         return -1;
     }
     uint8_t bytes[kRegisterBytes] = {};
-    const int32_t result = read_register(chip, kBistStatus, bytes);
+    const int32_t result = read_register(chip, at<ksl_self_test_register>(), bytes);
     if (result == 0) {
-        for (uint32_t i = 0; i < kBistStatus.length; ++i) {
+        for (uint32_t i = 0; i < ksl_self_test_register.length; ++i) {
             trace(points::read_bist_status_reg_byte, bytes[i]);
         }
         // Two bytes more than the register has: callers hold the status in two words.
         copy_status_bytes(bytes, out, 8);
     }
+    // Of the output, also after a failed read: then it is the caller's own byte.
     trace(points::read_bist_status_reg_exit, out[0] >> 7);
     return frame.leave(result);
 }
@@ -43,12 +33,12 @@ extern "C" int32_t ksl_read_link_status_regs(uint32_t chip, uint8_t *out1, uint8
         return -1;
     }
     uint8_t first[kRegisterBytes] = {};
-    int32_t result = read_register(chip, kLinkStatus, first);
+    int32_t result = read_register(chip, at<ksl_link_status_register>(), first);
     if (result == 0) {
         copy_status_bytes(first, out1, 4);
         trace(points::read_link_status_regs_first, out1);
         uint8_t second[kRegisterBytes] = {};
-        result = read_register(chip, kSecondLinkStatus, second);
+        result = read_register(chip, at<ksl_link_change_register>(), second);
         if (result == 0) {
             copy_status_bytes(second, out2, 4);
         }
@@ -64,7 +54,7 @@ extern "C" int32_t ksl_read_link_status_reg(uint32_t chip, uint8_t *out) {
         return -1;
     }
     uint8_t bytes[kRegisterBytes] = {};
-    const int32_t result = read_register(chip, kLinkStatus, bytes);
+    const int32_t result = read_register(chip, at<ksl_link_status_register>(), bytes);
     if (result == 0) {
         copy_status_bytes(bytes, out, 4);
     }
@@ -79,7 +69,7 @@ extern "C" int32_t ksl_read_switch_mode_reg(uint32_t chip, uint8_t *out) {
         return -1;
     }
     uint8_t bytes[kRegisterBytes] = {};
-    const int32_t result = read_register(chip, kSwitchMode, bytes);
+    const int32_t result = read_register(chip, at<ksl_switch_mode_register>(), bytes);
     if (result == 0) {
         // A whole word: the register's byte and three zero bytes.
         copy_status_bytes(bytes, out, 4);
@@ -94,8 +84,9 @@ extern "C" int32_t ksl_read_port_speed_reg(uint32_t chip, uint8_t *out) {
     if (out == nullptr) {
         return -1;
     }
+    // Not cleared: the register fills the output whole.
     uint8_t bytes[kRegisterBytes];
-    const int32_t result = read_register(chip, kPortSpeed, bytes);
+    const int32_t result = read_register(chip, at<ksl_port_speed_register>(), bytes);
     if (result == 0) {
         copy_status_bytes(bytes, out, 4);
     }
@@ -110,7 +101,7 @@ extern "C" int32_t ksl_read_port_duplex_reg(uint32_t chip, uint8_t *out) {
         return -1;
     }
     uint8_t bytes[kRegisterBytes] = {};
-    const int32_t result = read_register(chip, kPortDuplex, bytes);
+    const int32_t result = read_register(chip, at<ksl_port_duplex_register>(), bytes);
     if (result == 0) {
         copy_status_bytes(bytes, out, 4);
     }
