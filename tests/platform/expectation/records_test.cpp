@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bytes of the records, and the fields of what the chip holds.
+// The bytes of the records, and the fields of registers.
 #include "expectation.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ using Row = std::array<int, 12>;
 std::vector<Row> rows(const std::vector<ksl_cfg_record> &list) {
     std::vector<Row> rows;
     for (const ksl_cfg_record &record : list) {
-        std::array<std::uint8_t, 12> bytes;
+        std::array<uint8_t, 12> bytes;
         std::memcpy(bytes.data(), &record, sizeof record);
         std::copy(bytes.begin(), bytes.end(), rows.emplace_back().begin());
     }
@@ -33,8 +33,9 @@ TEST(CfgRecords, StateEveryPortThenTheRegistersThenEachEntryBeforeItsNumber) {
     expectation.registers = {{0, 0, {0x83}}, {0x41, 0x70, {1, 2, 3, 4, 5, 6, 7, 8}}};
     expectation.vlans = {{0x123, true, 0x15, 0x5000001, 0x4000003}, {4094, false, 0, 0x0000020, 0x1234567}};
     std::vector<Row> expected;
-    for (int port = 0; port < 23; ++port)
+    for (int port = 0; port < 23; ++port) {
         expected.push_back({0, 0x34, 0x10 + 2 * port, 0, 0xAA, 0xBC});
+    }
     expected.push_back({0, 0x34, 0x3E, 0, 0x00, 0x01});
     expected.push_back({0, 0x00, 0x00, 0, 0x83});
     expected.push_back({0, 0x41, 0x70, 0, 1, 2, 3, 4, 5, 6, 7, 8});
@@ -65,8 +66,8 @@ TEST(CfgRecords, EndWithAnEntryThatEqualsNone) {
 }
 
 TEST(CfgFields, AreThoseOfAPvid) {
-    const auto pvid = [](std::uint8_t first, std::uint8_t second) {
-        const std::uint8_t word[4] = {first, second, 0xFF, 0xFF};
+    const auto pvid = [](uint8_t first, uint8_t second) {
+        const uint8_t word[4] = {first, second, 0xFF, 0xFF};
         return pvid_from(word);
     };
     EXPECT_EQ(pvid(0x00, 0x00), (Pvid{0, 0}));
@@ -78,17 +79,18 @@ TEST(CfgFields, AreThoseOfAPvid) {
 
 TEST(CfgFields, AreThoseOfAVlanEntry) {
     for (int bit = 0; bit < 64; ++bit) {
-        std::uint8_t bytes[8] = {};
-        bytes[7 - bit / 8] = static_cast<std::uint8_t>(1 << bit % 8);
+        uint8_t bytes[8] = {};
+        bytes[7 - bit / 8] = static_cast<uint8_t>(1 << bit % 8);
         VlanEntry expected{9, false, 0, 0, 0};
-        if (bit < 27)
+        if (bit < 27) {
             expected.lower = 1U << bit;
-        else if (bit < 54)
+        } else if (bit < 54) {
             expected.upper = 1U << (bit - 27);
-        else if (bit < 59)
-            expected.field = static_cast<std::uint8_t>(1 << (bit - 54));
-        else
+        } else if (bit < 59) {
+            expected.field = static_cast<uint8_t>(1 << (bit - 54));
+        } else {
             expected.valid = bit == 59;
+        }
         EXPECT_EQ(vlan_entry_from(9, bytes), expected) << bit;
     }
 }

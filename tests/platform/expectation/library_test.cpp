@@ -12,8 +12,9 @@ using EntryPoint = decltype(&__ksl_get_cfg);
 
 bool loaded() {
     void *const handle = dlopen(CONFIGURATION_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr)
+    if (handle != nullptr) {
         dlclose(handle);
+    }
     return handle != nullptr;
 }
 
@@ -22,7 +23,7 @@ std::string expecting_vid(unsigned vid) {
     return R"({"pvids": [{"ports": ["0-22"], "vid": 1}, {"ports": [23], "vid": )" + std::to_string(vid) + "}]}\n";
 }
 
-// As the record list says it.
+// The value in the list of records.
 unsigned vid_of_port_23(const ksl_cfg_record *records) {
     return static_cast<unsigned>(records[23].value[0] << 8 | records[23].value[1]);
 }
@@ -33,8 +34,9 @@ protected:
         EXPECT_NE(handle, nullptr) << dlerror();
     }
     ~CfgFileLibrary() override {
-        if (handle != nullptr)
+        if (handle != nullptr) {
             dlclose(handle);
+        }
         EXPECT_FALSE(loaded());
     }
 
@@ -83,7 +85,7 @@ TEST_F(CfgFileLibrary, HasNoEntryPointForAWrongFileAndSaysWhyEachTime) {
     write("{\n\"pvids\": [\n{\"ports\": [\"0-23\"], \"vid\": 5000}]}");
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(cfg_test::said_by([&] { EXPECT_EQ(look_up(), nullptr); }),
-                  "libkslcfg_file.so: " + file + ", line 3: pvids[0].vid must be a number from 0 to 4095\n");
+                  "libkslcfg_file.so: " + file + ", line 3, column 28: pvids[0].vid must be a number from 0 to 4095\n");
     }
 }
 

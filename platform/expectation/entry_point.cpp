@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // libkslcfg_file.so: the configuration library of the file that KSL_CFG_FILE names.
 //
-// No list of records makes every comparison fail: a chip can hold any PVID that a record can state. A file that cannot
-// be used therefore takes the entry point away. It is an indirect function, for which dlsym() calls the look-up
-// below and gives its caller what that returns: the function that hands the records out, or null, as if the library
-// had no entry point. Nothing is compared then, whoever asked.
+// No list of records makes every comparison fail: a chip can hold any PVID that a record can state. So the library has
+// no entry point as long as the file cannot be used, and nothing is compared. The entry point is an indirect function:
+// dlsym() calls the look-up below and returns its result, the function that hands out the records, or null.
 #include "expectation.h"
 
 #include <cstdlib>
@@ -17,14 +16,14 @@ namespace {
 
 using Records = std::vector<ksl_cfg_record>;
 
-// Every list that was handed out lives as long as the library is loaded; the first one is that of the last look-up.
+// Every list that was handed out lives until the library is unloaded. The first is that of the last look-up.
 std::forward_list<Records> lists;
 
 bool same(const Records &one, const Records &other) {
     return one.size() == other.size() && std::memcmp(one.data(), other.data(), one.size() * sizeof one.front()) == 0;
 }
 
-// Lists are kept once, however often a file is looked at.
+// Equal lists are kept once.
 void keep(Records records) {
     for (auto before = lists.before_begin(), list = lists.begin(); list != lists.end(); before = list++) {
         if (same(*list, records)) {
@@ -43,8 +42,9 @@ void complain(const std::string &sentence) {
 
 std::string named_file() {
     const char *const path = std::getenv("KSL_CFG_FILE");
-    if (path == nullptr || *path == '\0')
+    if (path == nullptr || *path == '\0') {
         throw kslcfg::Unusable("KSL_CFG_FILE must name the JSON file of the expected configuration");
+    }
     return path;
 }
 

@@ -11,13 +11,14 @@
 
 namespace cfg_test {
 
-// A folder for the test's files; the library is told the one named "expectation.json".
+// A folder for the test's files; KSL_CFG_FILE names "expectation.json" in it.
 class FileTest : public testing::Test {
 protected:
     FileTest() {
         folder = testing::TempDir() + "/cfg-XXXXXX";
-        if (mkdtemp(folder.data()) == nullptr)
+        if (mkdtemp(folder.data()) == nullptr) {
             std::abort();
+        }
         file = folder + "/expectation.json";
         setenv("KSL_CFG_FILE", file.c_str(), 1);
     }

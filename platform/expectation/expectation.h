@@ -3,16 +3,17 @@
 // by which libksl compares it with the chip.
 #pragma once
 
-#include "unusable.h"
-
 #include <array>
 #include <cstdint>
+#include <json/problem.h>
 #include <ksl/ksl.h>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kslcfg {
+
+using json::Unusable;
 
 constexpr unsigned kLastVid = 4094;       // of the VLAN table
 constexpr unsigned kLastPvid = 0xFFF;     // 12 bits
@@ -21,30 +22,30 @@ constexpr unsigned kLastField = 0x1F;     // 5 bits
 constexpr unsigned kMapBits = 27;         // of a port map
 constexpr unsigned kRegisterBytesMax = 8; // of one register
 
-// What a port gives to a frame that came without a VLAN tag.
+// What a port gives to a frame without a VLAN tag.
 struct Pvid {
-    std::uint16_t vid = 0;
-    std::uint8_t priority = 0;
+    uint16_t vid = 0;
+    uint8_t priority = 0;
 
     bool operator==(const Pvid &) const = default;
 };
 
 // An entry of the VLAN table. Bit n of a port map is the one with the value 1 << n.
 struct VlanEntry {
-    std::uint16_t vid = 0;
+    uint16_t vid = 0;
     bool valid = true;
-    std::uint8_t field = 0; // carried, compared by nothing
-    std::uint32_t upper = 0;
-    std::uint32_t lower = 0;
+    uint8_t field = 0; // carried, compared by nothing
+    uint32_t upper = 0;
+    uint32_t lower = 0;
 
     bool operator==(const VlanEntry &) const = default;
 };
 
 // Any other register.
 struct Setting {
-    std::uint8_t page = 0;
-    std::uint8_t offset = 0;
-    std::vector<std::uint8_t> bytes; // 1 to 8, most significant first
+    uint8_t page = 0;
+    uint8_t offset = 0;
+    std::vector<uint8_t> bytes; // 1 to 8, most significant first
 
     bool operator==(const Setting &) const = default;
 };
@@ -58,19 +59,19 @@ struct Expectation {
     bool operator==(const Expectation &) const = default;
 };
 
-// Reads the JSON form. Throws Unusable, such as "line 7: pvids[2].vid must be a number from 0 to 4095".
+// Reads the JSON form. Throws Unusable, such as "line 7, column 12: pvids[2].vid must be a number from 0 to 4095".
 Expectation parse(std::string_view text);
 
-// Reads a file. Throws Unusable, such as "hub.json, line 7: pvids[2].vid must be a number from 0 to 4095".
+// Reads a regular file. Throws Unusable, such as "hub.json, line 7, column 12: pvids[2].vid must be ...".
 Expectation load(const std::string &path);
 
 // The JSON form, ports with the same PVID in one row; parse() makes the same expectation of it. A value that the form
 // cannot hold is cut to its width.
 std::string to_json(const Expectation &expectation);
 
-// What registers hold, from their bytes as ksl_read_VLAN_PVID_regs() and ksl_read_VLAN_map() deliver them.
+// The contents of registers, from their bytes as ksl_read_VLAN_PVID_regs() and ksl_read_VLAN_map() deliver them.
 Pvid pvid_from(const void *word);
-VlanEntry vlan_entry_from(std::uint16_t vid, const std::uint8_t *bytes);
+VlanEntry vlan_entry_from(uint16_t vid, const uint8_t *bytes);
 
 // The expected entry of a VLAN; null where none is stated.
 const VlanEntry *find_vlan(const Expectation &expectation, unsigned vid);

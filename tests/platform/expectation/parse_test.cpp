@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a good file says.
+// The contents of good files.
 #include "expectation.h"
 
 #include <gmock/gmock.h>
@@ -77,7 +77,7 @@ TEST(ParseExpectation, TakesTheLimitsOfEveryNumber) {
               (VlanEntry{1, true, 0, 0x7FFFFFF, 1}));
 }
 
-TEST(ParseExpectation, TakesEveryRegisterBesideThoseStatedOtherwise) {
+TEST(ParseExpectation, TakesEveryRegisterThatHasNoOtherKey) {
     const Expectation expectation = with(R"("registers": [
         {"page": 0, "offset": 0, "bytes": "80"},
         {"page": "0x34", "offset": 0, "bytes": "8000000000000000"},
@@ -91,26 +91,27 @@ TEST(ParseExpectation, TakesEveryRegisterBesideThoseStatedOtherwise) {
         {"page": 9, "offset": 248, "bytes": "00 01 02 03 04 05 06 07"}
     ])");
     EXPECT_EQ(expectation.registers.size(), 10u);
-    EXPECT_EQ(expectation.registers[1].bytes, (std::vector<std::uint8_t>{0x80, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(expectation.registers[9].bytes, (std::vector<std::uint8_t>{0, 1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(expectation.registers[1].bytes, (std::vector<uint8_t>{0x80, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(expectation.registers[9].bytes, (std::vector<uint8_t>{0, 1, 2, 3, 4, 5, 6, 7}));
 }
 
 TEST(ParseExpectation, HasRoomForEveryVlan) {
     std::string rows;
-    for (unsigned vid = 1; vid <= kLastVid; ++vid)
+    for (unsigned vid = 1; vid <= kLastVid; ++vid) {
         rows += (vid == 1 ? "" : ",\n") + std::string(R"({"vid": )") + std::to_string(vid) +
                 R"(, "upper": "0x0", "lower": "0x0"})";
+    }
     const Expectation expectation = with(R"("vlans": [)" + rows + "]");
     EXPECT_EQ(expectation.vlans.size(), kLastVid);
     EXPECT_EQ(expectation.vlans.back().vid, kLastVid);
 }
 
-// The example of the description is one that can be used.
+// The manual page's example can be used.
 TEST(ParseExpectation, ReadsTheDescribedExample) {
     std::ostringstream text;
     text << std::ifstream(DOCUMENT).rdbuf();
     const std::string document = text.str();
-    const std::size_t start = document.find("```\n{") + 4;
+    const size_t start = document.find("```\n{") + 4;
     const Expectation expectation = parse(document.substr(start, document.find("```", start) - start));
     EXPECT_EQ(expectation.pvids[13], (Pvid{300, 7}));
     ASSERT_NE(find_vlan(expectation, 300), nullptr);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The JSON form as it is written, and that it says what was meant.
+// The JSON form that is written, and read again.
 #include "expectation.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ TEST(WriteExpectation, WritesEmptyLists) {
 )");
 }
 
-// Values that no file can hold are cut to what a register can hold, so that what is written can be read.
+// Values that are too large for a register are cut to its width, so that the file can be read.
 TEST(WriteExpectation, CutsValuesToTheirWidth) {
     Expectation expectation;
     expectation.pvids.fill({.vid = 0xF123, .priority = 0xFD});
@@ -67,16 +67,19 @@ TEST(WriteExpectation, IsReadAsItWasMeant) {
     for (int round = 0; round < 50; ++round) {
         Expectation expectation;
         expectation.name = std::string("\"\\/") + char('a' + below(26)) + "\u00e9\u20ac";
-        for (Pvid &pvid : expectation.pvids)
-            pvid = {static_cast<std::uint16_t>(below(2) == 0 ? 1 : below(4096)), static_cast<std::uint8_t>(below(8))};
-        for (unsigned vid = 1 + below(100); vid <= kLastVid; vid += 1 + below(400))
-            expectation.vlans.push_back({static_cast<std::uint16_t>(vid), below(2) == 0,
-                                         static_cast<std::uint8_t>(below(32)), below(1 << 27), below(1 << 27)});
+        for (Pvid &pvid : expectation.pvids) {
+            pvid = {static_cast<uint16_t>(below(2) == 0 ? 1 : below(4096)), static_cast<uint8_t>(below(8))};
+        }
+        for (unsigned vid = 1 + below(100); vid <= kLastVid; vid += 1 + below(400)) {
+            expectation.vlans.push_back({static_cast<uint16_t>(vid), below(2) == 0, static_cast<uint8_t>(below(32)),
+                                         below(1 << 27), below(1 << 27)});
+        }
         std::shuffle(expectation.vlans.begin(), expectation.vlans.end(), random);
         for (unsigned page = 0x40; page < 0x48; ++page) {
-            Setting setting{static_cast<std::uint8_t>(page), static_cast<std::uint8_t>(below(249)), {}};
-            for (unsigned left = 1 + below(8); left > 0; --left)
-                setting.bytes.push_back(static_cast<std::uint8_t>(below(256)));
+            Setting setting{static_cast<uint8_t>(page), static_cast<uint8_t>(below(249)), {}};
+            for (unsigned left = 1 + below(8); left > 0; --left) {
+                setting.bytes.push_back(static_cast<uint8_t>(below(256)));
+            }
             expectation.registers.push_back(setting);
         }
         const std::string text = to_json(expectation);
