@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A reference to something callable that lives at least as long as the call it is handed to; unlike
-// std::function it never allocates, so handing it over cannot throw.
+// A reference to a callable, for arguments of functions. Unlike std::function it never allocates, so it cannot throw.
 #pragma once
 
 #include <memory>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// What every entry point does around its own work: faults, the state's lock, the log.
+// What every entry point does in addition to its own work: faults, the state's lock, the log.
 #pragma once
 
-#include "faults.h"
 #include "function_ref.h"
-#include "transaction.h"
+#include "scenario/faults.h"
+#include "state/transaction.h"
 
 #include <span>
 
@@ -18,25 +18,25 @@ struct Visit {
     std::string &answer; // what the log shows after the result
 };
 
-// Tells the log what was asked.
+// What the log shows of the request.
 using Describe = FunctionRef<std::string()>;
 
-// Carries out one access and returns its result. `work` is done only when no fault forbids it and the chip
-// is there. Nothing is thrown.
-std::int32_t perform(const Access &access, Describe describe, FunctionRef<std::int32_t(const Visit &)> work) noexcept;
+// Carries out one access and returns its result. `work` runs only if the chip exists and no fault replaces the
+// result. Throws nothing.
+int32_t perform(const Access &access, Describe describe, FunctionRef<int32_t(const Visit &)> work) noexcept;
 
-// The same for what concerns no chip.
-std::int32_t perform_without_chip(Entry entry, Describe describe, FunctionRef<std::int32_t()> work) noexcept;
+// The same for an access that concerns no chip.
+int32_t perform_without_chip(Entry entry, Describe describe, FunctionRef<int32_t()> work) noexcept;
 
 // Reads a register for one of the entry points that do so.
-std::int32_t read_access(Entry entry, Byte chip, Byte page, Byte offset, std::uint32_t length, Byte *buffer,
-                         Describe describe) noexcept;
+int32_t read_access(Entry entry, uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer,
+                    Describe describe) noexcept;
 
 // A register's place, as the log shows it.
-std::string place(Byte page, Byte offset, std::uint32_t length);
+std::string place(uint8_t page, uint8_t offset, uint32_t length);
 
-// Hands bytes over as the faults have it: only the first ones, or inverted. Returns those that arrive.
-std::span<Byte> pass(const Effects &effects, std::span<const Byte> bytes, Byte *to);
+// Copies bytes as the faults demand: only the first ones, or inverted. Returns those that arrive.
+std::span<uint8_t> pass(const Effects &effects, std::span<const uint8_t> bytes, uint8_t *to);
 
 // One line that describes the hub.
 const char *description() noexcept;

@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "problem.h"
 
-#include <algorithm>
 #include <system_error>
 #include <unistd.h>
 
 namespace hwa {
-
-std::string printable(std::string text) {
-    const auto breaks = [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; };
-    std::replace_if(text.begin(), text.end(), breaks, '?');
-    return text;
-}
 
 void complain(const std::string &sentence) {
     const std::string line = "simulated hub: " + sentence + "\n";

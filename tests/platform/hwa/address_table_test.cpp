@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The address table as a scan, as a walk, as a search, and as counts.
-#include "addresses.h"
+#include "chip/addresses.h"
 #include "model.h"
 
 #include <gmock/gmock.h>
@@ -13,11 +13,11 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr Byte kPage = 0x05;
-constexpr Byte kSearch = 0x20;
-constexpr Byte kEntry = 0x24;
-constexpr Byte kVid = 0x2C;
-constexpr Byte kLearning = 0x41;
+constexpr uint8_t kPage = 0x05;
+constexpr uint8_t kSearch = 0x20;
+constexpr uint8_t kEntry = 0x24;
+constexpr uint8_t kVid = 0x2C;
+constexpr uint8_t kLearning = 0x41;
 
 // Six addresses: those of port 3 end in 1, 2 (static), 4, 5; those of port 23 in 3, 6.
 constexpr char kSixAddresses[] = R"({"name": "six addresses", "chips": [{"chip": 0,
@@ -38,17 +38,19 @@ protected:
         const Transaction transaction(state);
         AddressScan scan(*transaction.chip(0));
         std::vector<int> entries;
-        while (const AddressImage *const entry = scan.next())
+        while (const AddressImage *const entry = scan.next()) {
             entries.push_back(entry->raw[7]);
+        }
         EXPECT_EQ(scan.next(), nullptr);
         return entries;
     }
 
-    std::vector<int> walked(std::uint32_t chip = 0) {
+    std::vector<int> walked(uint32_t chip = 0) {
         std::vector<int> entries;
         write(kPage, kEntry, {0x80}, chip);
-        while (read(kPage, kEntry, 1, chip) == Bytes{0x80} && entries.size() < 10)
+        while (read(kPage, kEntry, 1, chip) == Bytes{0x80} && entries.size() < 10) {
             entries.push_back(read(kPage, kEntry, 8, chip)[7]);
+        }
         return entries;
     }
 
@@ -58,7 +60,7 @@ protected:
         std::string looks; // "." for nothing yet, "+" for a result, in brackets when it ended the search
     };
 
-    Search search(std::uint32_t chip = 0) {
+    Search search(uint32_t chip = 0) {
         Search result;
         write(kPage, kSearch, {0x80, 0, 0, 0, 0, 0, 0, 0}, chip);
         for (bool more = true; more && result.looks.size() < 30;) {
@@ -68,8 +70,9 @@ protected:
             more = (look[0] & 0x80) != 0;
             const bool found = (look[0] & 0x01) != 0;
             result.looks += std::string(more ? "" : "(") + (found ? "+" : ".") + (more ? "" : ")");
-            if (!found)
+            if (!found) {
                 continue;
+            }
             const Bytes vid = read(kPage, kVid, 2, chip);
             result.vids.push_back(static_cast<unsigned>(vid[0] << 8 | vid[1]));
             result.entries.push_back(read(kPage, kEntry, 8, chip)[7]);
@@ -77,14 +80,14 @@ protected:
         return result;
     }
 
-    unsigned learned(std::size_t port) {
-        const Bytes count = read(kLearning, static_cast<Byte>(0x30 + 2 * port), 2);
+    unsigned learned(size_t port) {
+        const Bytes count = read(kLearning, static_cast<uint8_t>(0x30 + 2 * port), 2);
         return static_cast<unsigned>(count[0] << 8 | count[1]);
     }
 
-    void limit(std::size_t port, unsigned threshold) {
-        write(kLearning, static_cast<Byte>(0x70 + 2 * port),
-              {static_cast<Byte>(threshold >> 8), static_cast<Byte>(threshold)});
+    void limit(size_t port, unsigned most) {
+        write(kLearning, static_cast<uint8_t>(0x70 + 2 * port),
+              {static_cast<uint8_t>(most >> 8), static_cast<uint8_t>(most)});
     }
 };
 
@@ -112,15 +115,17 @@ TEST_F(AddressTable, EntriesHaveTheirWholeForm) {
 TEST_F(AddressTable, AWalkGoesOnlyOnByReadingAnEntry) {
     EXPECT_THAT(read(kPage, kEntry, 1), ElementsAre(0)); // before any walk
     write(kPage, kEntry, {0x80});
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         EXPECT_THAT(read(kPage, kEntry, 1), ElementsAre(0x80));
+    }
     EXPECT_EQ(read(kPage, kEntry, 8)[7], 1);
     write(kPage, kEntry, {0x7F}); // no start
     EXPECT_EQ(read(kPage, kEntry, 8)[7], 2);
     write(kPage, kEntry, {0x80});
     EXPECT_EQ(read(kPage, kEntry, 8)[7], 1);
-    for (int i = 2; i <= 6; ++i)
+    for (int i = 2; i <= 6; ++i) {
         EXPECT_EQ(read(kPage, kEntry, 8)[7], i);
+    }
     EXPECT_THAT(read(kPage, kEntry, 1), ElementsAre(0));
     EXPECT_THAT(read(kPage, kEntry, 8), Each(0));
 }
@@ -143,8 +148,9 @@ TEST_F(AddressTable, ASearchKeepsItsResultUntilTheNextLook) {
     EXPECT_THAT(read(kPage, kSearch, 8), Each(0));
     EXPECT_THAT(read(kPage, kVid, 2), Each(0));
     EXPECT_EQ(search().looks, ".++++.+(+)");
-    for (int look = 0; look < 6; ++look)
+    for (int look = 0; look < 6; ++look) {
         EXPECT_THAT(read(kPage, kSearch, 8), Each(0)); // ended
+    }
     EXPECT_THAT(read(kPage, kVid, 2), ElementsAre(0, 200));
 }
 
@@ -158,8 +164,9 @@ TEST_F(AddressTable, AWalkAndASearchEndEachOther) {
 }
 
 TEST_F(AddressTable, ThePortsCountWhatTheyLearned) {
-    for (std::size_t port = 0; port < kPorts; ++port)
+    for (size_t port = 0; port < kPorts; ++port) {
         EXPECT_EQ(learned(port), port == 3 ? 3U : port == 23 ? 2U : 0U) << port;
+    }
     EXPECT_THAT(read(kLearning, 0x35, 4), ElementsAre(0, 0, 3, 0));
     write(kLearning, 0x36, {0xFF, 0xFF});
     EXPECT_EQ(learned(3), 3U);
@@ -167,7 +174,7 @@ TEST_F(AddressTable, ThePortsCountWhatTheyLearned) {
     EXPECT_THAT(read(kLearning, 0x60, 2), Each(0));
 }
 
-TEST_F(AddressTable, AThresholdLimitsWhatAPortLearns) {
+TEST_F(AddressTable, ALimitHoldsForWhatAPortLearns) {
     limit(3, 2);
     EXPECT_THAT(scanned(), ElementsAre(1, 2, 3, 4, 6));
     EXPECT_THAT(walked(), ElementsAre(1, 2, 3, 4, 6));
@@ -180,8 +187,9 @@ TEST_F(AddressTable, AThresholdLimitsWhatAPortLearns) {
     EXPECT_EQ(search().looks, ".++(+)");
     limit(3, 0x2000); // the largest number is 0 in 13 bits
     EXPECT_THAT(scanned(), ElementsAre(1, 2, 3, 4, 5));
-    for (std::size_t port = 0; port < kPorts; ++port)
+    for (size_t port = 0; port < kPorts; ++port) {
         limit(port, port == 3 || port == 23 ? 0 : 1);
+    }
     EXPECT_THAT(scanned(), ElementsAre(1, 2, 3, 4, 5, 6));
 }
 
@@ -219,9 +227,10 @@ TEST_F(AddressTable, AFullOneIsServedWhole) {
     unsigned count = 0;
     while (const AddressImage *const entry = scan.next()) {
         ASSERT_EQ(entry->raw[6] << 8 | entry->raw[7], count);
-        // Put down and taken up in the middle.
-        if (++count == 5000)
+        // Stored in the middle, and continued.
+        if (++count == 5000) {
             scan = AddressScan(chip, scan.image());
+        }
     }
     EXPECT_EQ(count, kMaxAddresses);
     Bytes learned(2);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the libraries make of the environment: its mistakes are said once and make the hub unusable.
+// The set-up by the environment: a mistake is reported once and makes the hub unusable.
 #include "library.h"
 
 #include <csignal>
@@ -13,14 +13,14 @@ using testing::StartsWith;
 
 class HubEnvironment : public HubTest {
 protected:
-    // What is printed when every entry point is used once, and each answers that the hub is unusable.
+    // The output when every entry point is used once and each answers that the hub is unusable.
     std::string complaint_of_unusable_hub() {
         StderrCapture capture;
         {
             const Library library;
-            std::array<std::uint8_t, 8> buffer{};
+            std::array<uint8_t, 8> buffer{};
             ksl_reg_request request{1, 0, {}, 1, {}};
-            std::uint32_t count = 1;
+            uint32_t count = 1;
             EXPECT_EQ(library.get(0, 1, 0, 1, buffer.data()), 105);
             EXPECT_EQ(library.get(200, 1, 0, 1, buffer.data()), 105);
             EXPECT_EQ(library.set(0, 1, 0, 1, buffer.data()), 105);
@@ -42,7 +42,7 @@ protected:
 TEST_F(HubEnvironment, AScenarioThatIsNotThereIsSaidOnce) {
     set("HWA_SIM_SCENARIO", folder / "none.json");
     const std::string reason =
-        "unusable: HWA_SIM_SCENARIO: " + (folder / "none.json") + ": cannot be read: No such file or directory";
+        "unusable: HWA_SIM_SCENARIO: " + (folder / "none.json") + " cannot be read: No such file or directory";
     EXPECT_EQ(complaint_of_unusable_hub(), "simulated hub: " + reason + "\n");
     EXPECT_EQ(description, "simulated hub, " + reason);
 }
@@ -51,11 +51,11 @@ TEST_F(HubEnvironment, AScenarioWithAMistakeIsSaidOnce) {
     write_file(folder / "hub.json", R"({"name":"n","chips":[{"chip":0,"ports":[{"port":0,"link":true,"speed":20}]}]})");
     set("HWA_SIM_SCENARIO", folder / "hub.json");
     EXPECT_EQ(complaint_of_unusable_hub(), "simulated hub: unusable: HWA_SIM_SCENARIO: " + (folder / "hub.json") +
-                                               ": chips[0].ports[0].speed must be 10 or 100\n");
+                                               ", line 1, column 71: chips[0].ports[0].speed must be 10 or 100\n");
     write_file(folder / "hub.json", "{\n\"name\":\n}");
     EXPECT_THAT(complaint_of_unusable_hub(),
                 StartsWith("simulated hub: unusable: HWA_SIM_SCENARIO: " + (folder / "hub.json") +
-                           ": is not valid JSON: parse error at line 3, column 1: "));
+                           ", line 3, column 1: not valid JSON: "));
 }
 
 TEST_F(HubEnvironment, FaultsThatAreNotUnderstoodAreSaidOnce) {
@@ -77,17 +77,20 @@ TEST_F(HubEnvironment, TheClockCanGoByAccesses) {
     set("HWA_SIM_SCENARIO", folder / "hub.json");
     set("HWA_SIM_CLOCK", "1s");
     std::vector<Bytes> first;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         first.push_back(Library().get(0x50, 0x18, 4));
+    }
     EXPECT_NE(first[0], Bytes(4));
     EXPECT_NE(first[1], first[0]);
     EXPECT_NE(first[2], first[1]);
     EXPECT_EQ(Library().reset(0), 0);
-    for (const Bytes &bytes : first)
+    for (const Bytes &bytes : first) {
         EXPECT_EQ(Library().get(0x50, 0x18, 4), bytes);
+    }
     set("HWA_SIM_CLOCK", "0s");
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(Library().get(0x50, 0x18, 4), first[2]);
+    }
 }
 
 TEST_F(HubEnvironment, APlaceThatCannotBeUsedIsSaidOnceAtTheFirstAccess) {
@@ -167,8 +170,9 @@ std::pair<long, long> held(const std::string &state) {
     const std::filesystem::directory_iterator descriptors("/proc/self/fd");
     std::ifstream maps("/proc/self/maps");
     long mappings = 0;
-    for (std::string line; std::getline(maps, line);)
+    for (std::string line; std::getline(maps, line);) {
         mappings += line.ends_with(state);
+    }
     return {std::distance(begin(descriptors), end(descriptors)), mappings};
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "faults.h"
 #include "problem.h"
+#include "scenario/faults.h"
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ std::string problem_of(const std::string &text) {
     return "none";
 }
 
-Access reading(std::uint32_t chip, std::uint32_t page, std::uint32_t offset) {
+Access reading(uint32_t chip, uint32_t page, uint32_t offset) {
     return {Entry::getreg, chip, page, offset};
 }
 
@@ -40,18 +40,20 @@ TEST(Faults, WithoutRulesNothingHappens) {
 TEST(Faults, EachEntryPointIsMetByItsNameAlone) {
     const char *const names[] = {"getreg",      "get_multireg",    "setreg",       "getmacs",
                                  "engpowercmd", "setswitchconfig", "setmacfilter", "resetswitch"};
-    for (std::size_t named = 0; named < std::size(names); ++named) {
+    for (size_t named = 0; named < std::size(names); ++named) {
         EXPECT_STREQ(name_of(kAllEntries[named]), names[named]);
         for (const std::string prefix : {"", "hwa_"}) {
             Faults faults(prefix + names[named] + " code=9");
-            for (std::size_t met = 0; met < std::size(kAllEntries); ++met)
+            for (size_t met = 0; met < std::size(kAllEntries); ++met) {
                 EXPECT_EQ(faults.meet({kAllEntries[met], {}, {}, {}}).code.has_value(), named == met);
+            }
         }
     }
     for (const char *text : {"code=9", "any code=9"}) {
         Faults faults(text);
-        for (const Entry entry : kAllEntries)
+        for (const Entry entry : kAllEntries) {
             EXPECT_EQ(faults.meet({entry, {}, {}, {}}).code, 9);
+        }
     }
 }
 
@@ -67,7 +69,7 @@ TEST(Faults, ConditionsMustAllHold) {
 
 TEST(Faults, PortMeansTheRegistersOfThePort) {
     struct Place {
-        std::uint32_t port, page, offset;
+        uint32_t port, page, offset;
     };
     const Place places[] = {
         {0, 0x10, 0x00},  {0, 0x10, 0xFF}, {23, 0x27, 0x30}, {0, 0x00, 0xD0},  {5, 0x00, 0xD5},  {23, 0x00, 0xE7},
@@ -75,19 +77,20 @@ TEST(Faults, PortMeansTheRegistersOfThePort) {
         {23, 0x41, 0x5E}, {0, 0x41, 0x70}, {23, 0x41, 0x9F}, {0, 0x50, 0x00},  {23, 0x67, 0xFF},
     };
     for (const Place &place : places) {
-        for (std::uint32_t port = 0; port < 24; ++port) {
+        for (uint32_t port = 0; port < 24; ++port) {
             Faults faults("port=" + std::to_string(port) + " code=1");
             EXPECT_EQ(faults.meet(reading(0, place.page, place.offset)).code.has_value(), port == place.port)
                 << place.page << " " << place.offset << " port " << port;
         }
     }
-    const std::pair<std::uint32_t, std::uint32_t> nobodys[] = {
+    const std::pair<uint32_t, uint32_t> nobodys[] = {
         {0x0F, 0x00}, {0x28, 0x00}, {0x00, 0xCF}, {0x00, 0xE8}, {0x34, 0x0F}, {0x34, 0x40}, {0x41, 0x2F},
         {0x41, 0x60}, {0x41, 0x6F}, {0x41, 0xA0}, {0x4F, 0x00}, {0x68, 0x00}, {0x01, 0x10},
     };
     for (const auto &[page, offset] : nobodys) {
-        for (std::uint32_t port = 0; port < 24; ++port)
+        for (uint32_t port = 0; port < 24; ++port) {
             EXPECT_FALSE(Faults("port=" + std::to_string(port) + " code=1").meet(reading(0, page, offset)).code);
+        }
     }
 }
 
@@ -95,8 +98,9 @@ TEST(Faults, PortMeansTheRegistersOfThePort) {
 std::vector<int> codes(const std::string &text) {
     Faults faults(text);
     std::vector<int> codes;
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         codes.push_back(faults.meet(reading(0, 1, 0x10)).code.value_or(0));
+    }
     return codes;
 }
 
@@ -156,7 +160,7 @@ TEST(Faults, MistakesAreNamed) {
          R"("code=2147483648" in the rule "code=2147483648" needs a number from -2147483648 to 2147483647)"},
         {"code=0", R"("code=0" in the rule "code=0" would be a success)"},
         {"page=1 page=2 code=1", R"("page=2" in the rule "page=1 page=2 code=1" is given a second time)"},
-        {"once once code=1", R"("once" in the rule "once once code=1" stands twice)"},
+        {"once once code=1", R"("once" in the rule "once once code=1" is given twice)"},
         {"once always code=1", R"("once" in the rule "once always code=1" and "always" contradict each other)"},
         {"delay=20", R"("delay=20" in the rule "delay=20" needs a unit: us, ms or s)"},
         {"delay=ms", R"("delay=ms" in the rule "delay=ms" needs a number from 0 to 4294967)"},
@@ -172,8 +176,9 @@ TEST(Faults, MistakesAreNamed) {
         {"resetswitch garble", R"("garble" in the rule "resetswitch garble" needs data, and resetswitch has none)"},
         {"setmacfilter short=1", R"("short" in the rule "setmacfilter short=1" needs data, and setmacfilter has none)"},
     };
-    for (const auto &[text, problem] : table)
+    for (const auto &[text, problem] : table) {
         EXPECT_EQ(problem_of(text), problem);
+    }
 }
 
 } // namespace

@@ -12,7 +12,7 @@
 
 namespace hwa_test {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
 class Library {
 public:
@@ -28,48 +28,45 @@ public:
 
     bool has(const char *name) const { return dlsym(handle_, name) != nullptr; }
 
-    std::int32_t get(std::uint8_t chip, std::uint8_t page, std::uint8_t offset, std::uint32_t length,
-                     std::uint8_t *buffer) const {
+    int32_t get(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer) const {
         return entry<decltype(hwa_getreg)>("hwa_getreg")(chip, page, offset, length, buffer);
     }
 
     // The bytes of a register; none when the read fails.
-    Bytes get(std::uint8_t page, std::uint8_t offset, std::uint32_t length, std::uint8_t chip = 0) const {
+    Bytes get(uint8_t page, uint8_t offset, uint32_t length, uint8_t chip = 0) const {
         Bytes bytes(length);
         return get(chip, page, offset, length, bytes.data()) == 0 ? bytes : Bytes();
     }
 
-    std::int32_t set(std::uint8_t chip, std::uint8_t page, std::uint8_t offset, std::uint32_t length,
-                     const std::uint8_t *buffer) const {
+    int32_t set(uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, const uint8_t *buffer) const {
         return entry<decltype(hwa_setreg)>("hwa_setreg")(chip, page, offset, length, buffer);
     }
 
-    std::int32_t set(std::uint8_t page, std::uint8_t offset, const Bytes &bytes, std::uint8_t chip = 0) const {
-        return set(chip, page, offset, static_cast<std::uint32_t>(bytes.size()), bytes.data());
+    int32_t set(uint8_t page, uint8_t offset, const Bytes &bytes, uint8_t chip = 0) const {
+        return set(chip, page, offset, static_cast<uint32_t>(bytes.size()), bytes.data());
     }
 
-    std::int32_t get_many(std::uint8_t chip, ksl_reg_request *requests, std::uint32_t count) const {
+    int32_t get_many(uint8_t chip, ksl_reg_request *requests, uint32_t count) const {
         return entry<decltype(hwa_get_multireg)>("hwa_get_multireg")(chip, requests, count);
     }
 
-    std::int32_t get_macs(std::uint8_t chip, void *entries, std::uint32_t *count) const {
+    int32_t get_macs(uint8_t chip, void *entries, uint32_t *count) const {
         return entry<decltype(hwa_getmacs)>("hwa_getmacs")(chip, entries, count);
     }
 
-    std::int32_t command(const std::uint8_t *command, std::uint32_t length, std::uint8_t *response,
-                         std::uint32_t *response_length) const {
+    int32_t command(const uint8_t *command, uint32_t length, uint8_t *response, uint32_t *response_length) const {
         return entry<decltype(hwa_engpowercmd)>("hwa_engpowercmd")(command, length, response, response_length);
     }
 
-    std::int32_t configure(std::uint8_t chip, std::uint32_t configuration) const {
+    int32_t configure(uint8_t chip, uint32_t configuration) const {
         return entry<decltype(hwa_setswitchconfig)>("hwa_setswitchconfig")(chip, configuration);
     }
 
-    std::int32_t filter(std::uint8_t chip, std::uint32_t filter) const {
+    int32_t filter(uint8_t chip, uint32_t filter) const {
         return entry<decltype(hwa_setmacfilter)>("hwa_setmacfilter")(chip, filter);
     }
 
-    std::int32_t reset(std::uint32_t chip) const { return entry<decltype(hwa_resetswitch)>("hwa_resetswitch")(chip); }
+    int32_t reset(uint32_t chip) const { return entry<decltype(hwa_resetswitch)>("hwa_resetswitch")(chip); }
 
     std::string description() const { return entry<decltype(hwa_simulation)>("hwa_simulation")(); }
 
@@ -87,8 +84,9 @@ class HubTest : public testing::Test {
 protected:
     HubTest() {
         for (const char *name :
-             {"HWA_SIM_SCENARIO", "HWA_SIM_FAULTS", "HWA_SIM_LOG", "HWA_SIM_CLOCK", "XDG_RUNTIME_DIR"})
+             {"HWA_SIM_SCENARIO", "HWA_SIM_FAULTS", "HWA_SIM_LOG", "HWA_SIM_CLOCK", "XDG_RUNTIME_DIR"}) {
             unsetenv(name);
+        }
         set("HWA_SIM_DIR", folder / "state");
     }
 

@@ -52,7 +52,7 @@ TEST_F(HubLibrary, ReadsAndWritesRegisters) {
 
 TEST_F(HubLibrary, AnswersBadRequestsWithItsOwnCodes) {
     const Library library;
-    std::array<std::uint8_t, 16> buffer;
+    std::array<uint8_t, 16> buffer;
     buffer.fill(0xEE);
     EXPECT_EQ(library.get(2, 1, 0x10, 4, buffer.data()), 101);
     EXPECT_EQ(library.get(0, 1, 0x10, 0, buffer.data()), 102);
@@ -79,7 +79,7 @@ TEST_F(HubLibrary, AnswersBadRequestsWithItsOwnCodes) {
                      "hwa_getreg chip=0 page=0x09 offset=0x00 length=8 -> 0 bytes=00 00 00 00 00 00 00 00\n");
 }
 
-ksl_reg_request request(std::uint8_t page, std::uint8_t offset, std::uint32_t length) {
+ksl_reg_request request(uint8_t page, uint8_t offset, uint32_t length) {
     return {page, offset, {0xCC, 0xCC}, length, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}};
 }
 
@@ -110,11 +110,12 @@ TEST_F(HubLibrary, ReadsABatchUntilOneFails) {
 
 TEST_F(HubLibrary, DeliversTheLearnedAddresses) {
     const Library library;
-    std::array<std::array<std::uint8_t, 8>, 3> entries;
-    std::uint32_t count = 0;
-    const auto fetch = [&](std::uint32_t room, std::uint8_t chip = 0) {
-        for (auto &entry : entries)
+    std::array<std::array<uint8_t, 8>, 3> entries;
+    uint32_t count = 0;
+    const auto fetch = [&](uint32_t room, uint8_t chip = 0) {
+        for (auto &entry : entries) {
             entry.fill(0xEE);
+        }
         count = room;
         return library.get_macs(chip, entries.data(), &count);
     };
@@ -145,7 +146,7 @@ TEST_F(HubLibrary, DeliversTheLearnedAddresses) {
 
 const Bytes kVersionCommand{8, 0x78, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0xA2, 2};
 
-Bytes version_command(std::uint8_t chip) {
+Bytes version_command(uint8_t chip) {
     Bytes command = kVersionCommand;
     command[10] = chip;
     return command;
@@ -153,9 +154,9 @@ Bytes version_command(std::uint8_t chip) {
 
 TEST_F(HubLibrary, TellsTheFirmwareVersion) {
     const Library library;
-    std::array<std::uint8_t, 12> response;
-    std::uint32_t length = 0;
-    const auto ask = [&](std::uint8_t chip, std::uint32_t room) {
+    std::array<uint8_t, 12> response;
+    uint32_t length = 0;
+    const auto ask = [&](uint8_t chip, uint32_t room) {
         response.fill(0xEE);
         length = room;
         return library.command(version_command(chip).data(), 15, response.data(), &length);
@@ -180,12 +181,13 @@ TEST_F(HubLibrary, TellsTheFirmwareVersion) {
 
 TEST_F(HubLibrary, RefusesEveryOtherCommand) {
     const Library library;
-    std::array<std::uint8_t, 40> response;
+    std::array<uint8_t, 40> response;
     response.fill(0xEE);
-    std::uint32_t length = 40;
-    for (std::size_t i = 0; i < kVersionCommand.size(); ++i) {
-        if (i == 10)
+    uint32_t length = 40;
+    for (size_t i = 0; i < kVersionCommand.size(); ++i) {
+        if (i == 10) {
             continue;
+        }
         Bytes command = kVersionCommand;
         command[i] ^= 1;
         EXPECT_EQ(library.command(command.data(), 15, response.data(), &length), 104) << i;
@@ -209,7 +211,7 @@ TEST_F(HubLibrary, LogsCommandsThatAreNotTooLong) {
     const Library library;
     Bytes command = kVersionCommand;
     command.resize(65);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     library.command(command.data(), 3, command.data(), &length);
     library.command(command.data(), 65, command.data(), &length);
     library.command(nullptr, 3, command.data(), &length);
@@ -224,9 +226,9 @@ TEST_F(HubLibrary, TheAnswerToACommandMeetsFaults) {
     set("HWA_SIM_FAULTS",
         "engpowercmd chip=1 code=9; engpowercmd chip=0 nth=1 short=2 once; engpowercmd chip=0 garble");
     const Library library;
-    std::array<std::uint8_t, 9> response;
-    std::uint32_t length = 40;
-    const auto ask = [&](std::uint8_t chip) {
+    std::array<uint8_t, 9> response;
+    uint32_t length = 40;
+    const auto ask = [&](uint8_t chip) {
         response.fill(0xEE);
         return library.command(version_command(chip).data(), 15, response.data(), &length);
     };
@@ -241,7 +243,7 @@ TEST_F(HubLibrary, TheAnswerToACommandMeetsFaults) {
 TEST_F(HubLibrary, TheConfigurationsDiffer) {
     const Library library;
     const auto mode_and_vlan = [&] { return std::pair(library.get(0, 0, 1)[0], library.get(0x34, 0, 1)[0]); };
-    using Shown = std::pair<std::uint8_t, std::uint8_t>;
+    using Shown = std::pair<uint8_t, uint8_t>;
     ASSERT_EQ(library.set(0x34, 0, {0x15}), 0);
     EXPECT_EQ(library.configure(0, 0), 0);
     EXPECT_EQ(mode_and_vlan(), Shown(0x03, 0x95));
@@ -308,7 +310,7 @@ TEST_F(HubLibrary, ACodeKeepsTheAccessFromTheChip) {
     const Library library;
     EXPECT_EQ(library.set(0x34, 0x10, {9, 9}), -5);
     EXPECT_THAT(library.get(0x34, 0x10, 2), ElementsAre(0, 1));
-    std::array<std::uint8_t, 4> buffer{9, 9, 9, 9};
+    std::array<uint8_t, 4> buffer{9, 9, 9, 9};
     EXPECT_EQ(library.get(0, 1, 0x14, 4, buffer.data()), 7);
     EXPECT_THAT(buffer, testing::Each(9));
     EXPECT_THAT(library.get(1, 0x14, 4), ElementsAre(0, 2, 0, 1)); // not forgotten by the failed read
@@ -327,9 +329,9 @@ TEST_F(HubLibrary, ACodeKeepsTheAccessFromTheChip) {
 TEST_F(HubLibrary, EveryEntryPointCanFail) {
     set("HWA_SIM_FAULTS", "code=77");
     const Library library;
-    std::array<std::uint8_t, 8> buffer{};
+    std::array<uint8_t, 8> buffer{};
     ksl_reg_request batch = request(1, 0, 1);
-    std::uint32_t count = 1;
+    uint32_t count = 1;
     EXPECT_EQ(library.get(0, 1, 0, 1, buffer.data()), 77);
     EXPECT_EQ(library.set(0, 1, 0, 1, buffer.data()), 77);
     EXPECT_EQ(library.get_many(0, &batch, 1), 77);
@@ -343,7 +345,7 @@ TEST_F(HubLibrary, EveryEntryPointCanFail) {
 TEST_F(HubLibrary, AShortAnswerLeavesTheRestOfTheBuffer) {
     set("HWA_SIM_FAULTS", "page=0x34 short=3; getmacs short=9");
     const Library library;
-    std::array<std::uint8_t, 8> buffer;
+    std::array<uint8_t, 8> buffer;
     buffer.fill(0xEE);
     EXPECT_EQ(library.get(0, 0x34, 0x10, 8, buffer.data()), 0);
     EXPECT_THAT(buffer, ElementsAre(0, 1, 0, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE));
@@ -354,15 +356,15 @@ TEST_F(HubLibrary, AShortAnswerLeavesTheRestOfTheBuffer) {
     ksl_reg_request batch[] = {request(0x34, 0x10, 6)};
     EXPECT_EQ(library.get_many(0, batch, 1), 0);
     EXPECT_THAT(batch[0].data, ElementsAre(1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE));
-    std::array<std::uint8_t, 16> entries;
+    std::array<uint8_t, 16> entries;
     entries.fill(0xEE);
-    std::uint32_t count = 2;
+    uint32_t count = 2;
     EXPECT_EQ(library.get_macs(0, entries.data(), &count), 0);
     EXPECT_EQ(count, 2U);
     EXPECT_THAT(Bytes(entries.begin(), entries.begin() + 10), ElementsAre(0, 0x80, 2, 0, 0, 0, 0, 1, 0, 0xEE));
     unsetenv("HWA_SIM_FAULTS");
     const Library older(HWA_GEN1_LIBRARY);
-    EXPECT_THAT(older.get(0x34, 0x10, 5), ElementsAre(1, 2, 3, 2, 0)); // the write was short, too
+    EXPECT_THAT(older.get(0x34, 0x10, 5), ElementsAre(1, 2, 3, 2, 0)); // the write was short as well
     EXPECT_EQ(log(), "hwa_getreg chip=0 page=0x34 offset=0x10 length=8 -> 0 bytes=00 01 00 fault=1\n"
                      "hwa_getreg chip=0 page=0x34 offset=0x10 length=2 -> 0 bytes=00 01 fault=1\n"
                      "hwa_setreg chip=0 page=0x34 offset=0x10 length=5 bytes=01 02 03 04 05 -> 0 fault=1\n"
@@ -381,8 +383,8 @@ TEST_F(HubLibrary, GarbledDataIsInverted) {
     EXPECT_EQ(library.get_many(0, batch, 2), 0);
     EXPECT_EQ(batch[0].data[0], 0x00);
     EXPECT_EQ(batch[1].data[0], 0xFE);
-    std::array<std::uint8_t, 8> entry{};
-    std::uint32_t count = 1;
+    std::array<uint8_t, 8> entry{};
+    uint32_t count = 1;
     EXPECT_EQ(library.get_macs(0, entry.data(), &count), 0);
     EXPECT_THAT(entry, ElementsAre(0xFF, 0x7F, 0xFD, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE));
 }
@@ -390,9 +392,9 @@ TEST_F(HubLibrary, GarbledDataIsInverted) {
 TEST_F(HubLibrary, ADelayTakesItsTimeAndThenSucceeds) {
     set("HWA_SIM_FAULTS", "getreg port=1 delay=60ms");
     const Library library;
-    const auto time = [&library](std::uint8_t offset) {
+    const auto time = [&library](uint8_t offset) {
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(library.get(0x34, offset, 2), (Bytes{0, static_cast<std::uint8_t>(1 + (offset - 0x10) / 2)}));
+        EXPECT_EQ(library.get(0x34, offset, 2), (Bytes{0, static_cast<uint8_t>(1 + (offset - 0x10) / 2)}));
         return std::chrono::steady_clock::now() - start;
     };
     time(0x10);

@@ -2,9 +2,9 @@
 // A hub of a given scenario in a folder of its own, reached without the library around it.
 #pragma once
 
-#include "registers.h"
+#include "chip/registers.h"
+#include "state/transaction.h"
 #include "support.h"
-#include "transaction.h"
 
 namespace hwa_test {
 
@@ -29,13 +29,13 @@ inline constexpr char kTwoChips[] = R"({
   ]
 })";
 
-using Bytes = std::vector<hwa::Byte>;
+using Bytes = std::vector<uint8_t>;
 
 class ModelTest : public testing::Test {
 protected:
     explicit ModelTest(const char *text = kTwoChips) : scenario(hwa::parse_scenario(text)) {}
 
-    Bytes read(hwa::Byte page, hwa::Byte offset, std::size_t length, std::uint32_t chip = 0) {
+    Bytes read(uint8_t page, uint8_t offset, size_t length, uint32_t chip = 0) {
         hwa::Transaction transaction(state);
         Bytes bytes(length, 0xEE);
         read_register(transaction, *transaction.chip(chip), page, offset, bytes);
@@ -43,20 +43,20 @@ protected:
         return bytes;
     }
 
-    void write(hwa::Byte page, hwa::Byte offset, const Bytes &bytes, std::uint32_t chip = 0) {
+    void write(uint8_t page, uint8_t offset, const Bytes &bytes, uint32_t chip = 0) {
         hwa::Transaction transaction(state);
         write_register(transaction, *transaction.chip(chip), page, offset, bytes);
         transaction.commit();
     }
 
     // What no register changes.
-    void set_port(std::size_t port, hwa::PortImage image) {
+    void set_port(size_t port, hwa::PortImage image) {
         hwa::Transaction transaction(state);
         const_cast<hwa::PortImage &>(transaction.chip(0)->ports[port]) = image;
         transaction.commit();
     }
 
-    void reset(std::uint32_t chip = 0) {
+    void reset(uint32_t chip = 0) {
         hwa::Transaction transaction(state);
         transaction.reset(*transaction.chip(chip));
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What PHY control, port control and the partners make of the links, seen through the registers.
-#include "ports.h"
+// The links that follow from PHY control, port control and the partners, as the registers show them.
+#include "chip/ports.h"
 
 #include "model.h"
 
@@ -29,15 +29,15 @@ constexpr PortImage kSlowHalf = partner(true, false, false);
 
 class Ports : public hwa_test::ModelTest {
 protected:
-    // "down", or speed and duplex; every register that tells has to agree.
-    std::string link(std::size_t port) {
-        const auto bit = [&](Byte offset) {
+    // "down", or speed and duplex. All registers that show the link have to agree.
+    std::string link(size_t port) {
+        const auto bit = [&](uint8_t offset) {
             const Bytes word = read(1, offset, 4);
             return (word[3 - port / 8] >> port % 8 & 1) != 0;
         };
         const bool fast = bit(0x18);
         const bool full = bit(0x1C);
-        EXPECT_THAT(read(static_cast<Byte>(0x10 + port), 0x30, 2), ElementsAre(0, fast ? 2 : 0)) << port;
+        EXPECT_THAT(read(static_cast<uint8_t>(0x10 + port), 0x30, 2), ElementsAre(0, fast ? 2 : 0)) << port;
         if (!bit(0x10)) {
             EXPECT_FALSE(fast) << port;
             EXPECT_FALSE(full) << port;
@@ -46,41 +46,45 @@ protected:
         return std::string(fast ? "100" : "10") + (full ? " full" : " half");
     }
 
-    bool changed(std::size_t port) {
+    bool changed(size_t port) {
         const Bytes word = read(1, 0x14, 4);
         return (word[3 - port / 8] >> port % 8 & 1) != 0;
     }
 
-    void write_phy(std::size_t port, unsigned value) {
-        write(static_cast<Byte>(0x10 + port), 0, {static_cast<Byte>(value >> 8), static_cast<Byte>(value)});
+    void write_phy(size_t port, unsigned value) {
+        write(static_cast<uint8_t>(0x10 + port), 0, {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)});
     }
 
-    Bytes phy(std::size_t port) { return read(static_cast<Byte>(0x10 + port), 0, 2); }
+    Bytes phy(size_t port) { return read(static_cast<uint8_t>(0x10 + port), 0, 2); }
 };
 
 TEST_F(Ports, EachHasControlRegistersOfItsOwn) {
-    for (std::size_t port = 0; port < kPorts; ++port)
+    for (size_t port = 0; port < kPorts; ++port) {
         set_port(port, kFast);
-    const auto expect_others_up = [&](std::size_t port) {
-        for (std::size_t other = 0; other < kPorts; ++other)
+    }
+    const auto expect_others_up = [&](size_t port) {
+        for (size_t other = 0; other < kPorts; ++other) {
             EXPECT_EQ(link(other), other == port ? "down" : "100 full") << port << " " << other;
+        }
     };
-    for (std::size_t port = 0; port < kPorts; ++port) {
+    for (size_t port = 0; port < kPorts; ++port) {
         EXPECT_THAT(phy(port), ElementsAre(0x31, 0x00));
         write_phy(port, 0x4000);
         expect_others_up(port);
         write_phy(port, 0x3000);
         EXPECT_EQ(link(port), "100 full");
-        write(0, static_cast<Byte>(0xD0 + port), {0x03});
+        write(0, static_cast<uint8_t>(0xD0 + port), {0x03});
         expect_others_up(port);
-        write(0, static_cast<Byte>(0xD0 + port), {0x00});
+        write(0, static_cast<uint8_t>(0xD0 + port), {0x00});
         EXPECT_EQ(link(port), "100 full");
     }
-    // What lies beside them concerns no port.
-    for (const Byte page : Bytes{0x0F, 0x28})
+    // Other registers belong to no port.
+    for (const uint8_t page : Bytes{0x0F, 0x28}) {
         write(page, 0, {0x40, 0x00});
-    for (const Byte offset : Bytes{0xCF, 0xE8})
+    }
+    for (const uint8_t offset : Bytes{0xCF, 0xE8}) {
         write(0, offset, {0xFF});
+    }
     expect_others_up(kPorts);
 }
 
@@ -129,8 +133,9 @@ TEST_F(Ports, AForcedSpeedNeedsAPartnerThatCanDoIt) {
 TEST_F(Ports, LoopbackPowerDownAndIsolationCutThePartnerOff) {
     set_port(7, kFast);
     for (unsigned bit = 0; bit < 16; ++bit) {
-        if (bit == 15 || bit == 9)
+        if (bit == 15 || bit == 9) {
             continue;
+        }
         const bool cuts_off = bit == 14 || bit == 11 || bit == 10;
         write_phy(7, 0x1000U | 1U << bit);
         EXPECT_EQ(link(7), cuts_off ? "down" : "100 full") << bit;
@@ -141,7 +146,7 @@ TEST_F(Ports, LoopbackPowerDownAndIsolationCutThePartnerOff) {
 TEST_F(Ports, EitherDirectionOffMeansNoLink) {
     set_port(7, kFast);
     for (unsigned control = 0; control < 256; ++control) {
-        write(0, 0xD7, {static_cast<Byte>(control)});
+        write(0, 0xD7, {static_cast<uint8_t>(control)});
         EXPECT_EQ(link(7), (control & 3) != 0 ? "down" : "100 full") << control;
         EXPECT_THAT(read(0, 0xD7, 1), ElementsAre(control));
     }
@@ -188,7 +193,7 @@ TEST_F(Ports, WhatChangesOrInterruptsALinkIsAChange) {
     expect("to full duplex", true, [&] { write_phy(7, 0x0100); });
     expect("a restart of nothing", false, [&] { write_phy(7, 0x0300); });
     expect("down", true, [&] { write(0, 0xD7, {0x03}); });
-    expect("down in another way, too", false, [&] { write_phy(7, 0x4000); });
+    expect("down in a second way", false, [&] { write_phy(7, 0x4000); });
     expect("a reset without a link", false, [&] { write_phy(7, 0x8000); });
     expect("up", true, [&] { write(0, 0xD7, {0x00}); });
     expect("a restart", true, [&] { write_phy(7, 0x3300); });
@@ -204,13 +209,13 @@ TEST_F(Ports, TheSpeedIndicationCannotBeWritten) {
     set_port(7, kFast);
     write(0x17, 0x30, {0xFF, 0xFD});
     EXPECT_THAT(read(0x17, 0x2F, 4), ElementsAre(0, 0, 2, 0));
-    for (const Byte page : Bytes{0x0F, 0x28}) {
+    for (const uint8_t page : Bytes{0x0F, 0x28}) {
         write(page, 0x30, {0xAB, 0xCD});
         EXPECT_THAT(read(page, 0x30, 2), ElementsAre(0xAB, 0xCD));
     }
 }
 
-// What is shown of the hub, put into a scenario, makes a hub that shows the same.
+// A scenario with all that a hub shows makes a hub that shows the same.
 TEST(ShownPorts, CanBeStated) {
     const auto hub = [](const std::string &port) {
         return parse_scenario(R"({"name":"n","chips":[{"chip":0,"ports":[{"port":7,)" + port + "}]}]}");

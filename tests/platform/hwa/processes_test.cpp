@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Several processes and threads at one hub.
+// Several processes and threads use one hub.
 #include "library.h"
 
 #include <algorithm>
@@ -16,47 +16,49 @@ using testing::ElementsAre;
 
 class HubProcesses : public HubTest {};
 
-constexpr std::uint8_t kPage = 9;
+constexpr uint8_t kPage = 9;
 constexpr std::chrono::milliseconds kWhile{200};
 
-// Each user of the hub has eight bytes of its own, which it makes equal to one another.
+// Each user of the hub has eight bytes, which it keeps equal.
 bool write_equal(const Library &library, unsigned user, unsigned turn) {
-    return library.set(kPage, static_cast<std::uint8_t>(8 * user), Bytes(8, static_cast<std::uint8_t>(turn))) == 0;
+    return library.set(kPage, static_cast<uint8_t>(8 * user), Bytes(8, static_cast<uint8_t>(turn))) == 0;
 }
 
 bool reads_equal(const Library &library, unsigned user) {
-    const Bytes bytes = library.get(kPage, static_cast<std::uint8_t>(8 * user), 8);
+    const Bytes bytes = library.get(kPage, static_cast<uint8_t>(8 * user), 8);
     return bytes.size() == 8 && std::all_of(bytes.begin(), bytes.end(), [&](auto byte) { return byte == bytes[0]; });
 }
 
 constexpr unsigned kUsers = 3;
 
-// Writes for a while. Counts own values that are not there afterwards, and other users' half-written ones.
+// Writes for a while. Counts lost values of this user, and half-written values of others.
 unsigned count_mistakes(const Library &library, unsigned user) {
     unsigned mistakes = 0;
     const auto end = std::chrono::steady_clock::now() + kWhile;
     for (unsigned turn = 0; std::chrono::steady_clock::now() < end; ++turn) {
         mistakes += !write_equal(library, user, turn);
-        const Bytes expected(8, static_cast<std::uint8_t>(turn));
-        mistakes += library.get(kPage, static_cast<std::uint8_t>(8 * user), 8) != expected;
+        const Bytes expected(8, static_cast<uint8_t>(turn));
+        mistakes += library.get(kPage, static_cast<uint8_t>(8 * user), 8) != expected;
         mistakes += !reads_equal(library, (user + 1) % kUsers);
     }
     return mistakes;
 }
 
-// Users in processes of their own, and one here.
+// Several users, each in a process, and one in this process.
 template <typename GetLibrary>
 void expect_no_mistakes(GetLibrary get_library) {
     std::vector<pid_t> others;
-    for (unsigned user = 1; user < kUsers; ++user)
+    for (unsigned user = 1; user < kUsers; ++user) {
         others.push_back(start_child([&] {
             const auto &library = get_library();
             return count_mistakes(library, user) == 0 ? 0 : 1;
         }));
+    }
     const auto &library = get_library();
     EXPECT_EQ(count_mistakes(library, 0), 0U);
-    for (const pid_t other : others)
+    for (const pid_t other : others) {
         EXPECT_EQ(finish(other), 0);
+    }
 }
 
 TEST_F(HubProcesses, TheStateOutlivesTheProcess) {
@@ -91,8 +93,9 @@ TEST_F(HubProcesses, AForkWhileAnotherThreadIsAtTheHubLeavesAUsableChild) {
     ASSERT_TRUE(write_equal(library, 0, 0));
     std::atomic<bool> stop = false;
     std::thread writer([&] {
-        for (unsigned turn = 0; !stop; ++turn)
+        for (unsigned turn = 0; !stop; ++turn) {
             write_equal(library, 0, turn);
+        }
     });
     for (int i = 0; i < 20 && !HasFailure(); ++i) {
         const pid_t child = start_child([&] {
@@ -112,8 +115,9 @@ TEST_F(HubProcesses, ASlowAccessKeepsNobodyWaiting) {
         set("HWA_SIM_FAULTS", "getreg nth=2 delay=30s");
         const Library library;
         library.get(kPage, 0, 1);
-        if (write(pipe_ends[1], "x", 1) != 1)
+        if (write(pipe_ends[1], "x", 1) != 1) {
             return 1;
+        }
         library.get(kPage, 0, 1);
         return 0;
     });
@@ -130,26 +134,28 @@ TEST_F(HubProcesses, ASlowAccessKeepsNobodyWaiting) {
 }
 
 TEST_F(HubProcesses, ManyFirstUsersMakeOneHub) {
-    constexpr std::uint8_t kFirstUsers = 6;
+    constexpr uint8_t kFirstUsers = 6;
     for (int round = 0; round < 4; ++round) {
         std::filesystem::remove_all(folder / "state");
         int start_line[2];
         ASSERT_EQ(pipe(start_line), 0);
         std::vector<pid_t> users;
-        for (std::uint8_t user = 0; user < kFirstUsers; ++user) {
+        for (uint8_t user = 0; user < kFirstUsers; ++user) {
             users.push_back(start_child([&] {
                 close(start_line[1]);
                 const Library library;
                 char byte = 0;
-                if (read(start_line[0], &byte, 1) != 0) // ends when the parent lets go of the other end
+                if (read(start_line[0], &byte, 1) != 0) { // ends when the parent lets go of the other end
                     return 1;
-                return library.set(kPage, user, {static_cast<std::uint8_t>(user + 1)}) == 0 ? 0 : 2;
+                }
+                return library.set(kPage, user, {static_cast<uint8_t>(user + 1)}) == 0 ? 0 : 2;
             }));
         }
         close(start_line[0]);
         close(start_line[1]);
-        for (const pid_t user : users)
+        for (const pid_t user : users) {
             EXPECT_EQ(finish(user), 0);
+        }
         EXPECT_THAT(Library().get(kPage, 0, 8), ElementsAre(1, 2, 3, 4, 5, 6, 0, 0));
         EXPECT_THAT(Library().get(1, 0x10, 4), ElementsAre(0x00, 0xCC, 0xDB, 0xDF));
     }
@@ -161,8 +167,9 @@ TEST_F(HubProcesses, AKilledWriterDoesNoHarm) {
         const pid_t writer = start_child([] {
             const Library library;
             for (unsigned turn = 0;; ++turn) {
-                if (!write_equal(library, 0, turn) || (turn % 64 == 0 && library.reset(0) != 0))
+                if (!write_equal(library, 0, turn) || (turn % 64 == 0 && library.reset(0) != 0)) {
                     return 1;
+                }
             }
         });
         std::this_thread::sleep_for(std::chrono::microseconds(5000 + 517 * round));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "state_file.h"
+#include "state/state_file.h"
 
-#include "addresses.h"
+#include "chip/addresses.h"
 #include "model.h"
 #include "problem.h"
 
@@ -31,12 +31,12 @@ protected:
         return "none";
     }
 
-    Byte get(Byte page, Byte offset) {
+    uint8_t get(uint8_t page, uint8_t offset) {
         Transaction transaction(state);
         return transaction.chip(0)->pages[page][offset];
     }
 
-    void set(Byte page, Byte offset, Byte value) {
+    void set(uint8_t page, uint8_t offset, uint8_t value) {
         Transaction transaction(state);
         transaction.store(transaction.chip(0)->pages[page][offset], value);
         transaction.commit();
@@ -61,17 +61,18 @@ TEST_F(State, IsTheSameBytesOnEveryHost) {
     EXPECT_EQ(file.substr(0, 12), std::string("HWA-SIM\n\0\0\0\4", 12));
     const auto digest = to_bytes<8>(scenario.digest);
     EXPECT_EQ(file.substr(12, 8), std::string(digest.begin(), digest.end()));
-    const std::size_t chips = 22 + 5 * 255;
+    const size_t chips = 22 + 5 * 255;
     EXPECT_EQ(file.substr(chips, 4), std::string("\1\0\1\1", 4));           // chip 0
     EXPECT_EQ(file.substr(chips + 4 + 9, 5), std::string("\1\1\1\0\1", 5)); // its port 0
-    const std::size_t pages = chips + 4 + 9 + 21 * 24 + 25 + 4 * 22 * 24 + 2 + 11 * 8192 + 63 + 14 + 8 * 4095;
+    const size_t pages = chips + 4 + 9 + 21 * 24 + 25 + 4 * 22 * 24 + 2 + 11 * 8192 + 63 + 14 + 8 * 4095;
     EXPECT_EQ(file.substr(pages + 0x34 * 256 + 0x10, 4), std::string("\0\1\0\2", 4));
 }
 
 TEST_F(State, OnlyTheChipsOfTheScenarioAreThere) {
     const Transaction transaction(state);
-    for (std::uint32_t number = 0; number < 300; ++number)
+    for (uint32_t number = 0; number < 300; ++number) {
         EXPECT_EQ(transaction.chip(number) != nullptr, number == 0 || number == 5) << number;
+    }
 }
 
 TEST_F(State, LastsUntilItIsChanged) {
@@ -97,8 +98,9 @@ TEST_F(State, WhatIsNotCommittedIsTakenBack) {
 TEST_F(State, AChangeTooLongToTakeBackIsRefusedWhole) {
     const auto change = [this](unsigned bytes) {
         Transaction transaction(state);
-        for (unsigned i = 0; i < bytes; ++i)
+        for (unsigned i = 0; i < bytes; ++i) {
             transaction.store(transaction.chip(0)->pages[i / 256][i % 256], 0xAA);
+        }
         transaction.commit();
     };
     EXPECT_THROW(change(256), std::length_error);
@@ -113,21 +115,23 @@ TEST_F(State, AKilledWriterLeavesNothingHalfDone) {
         const pid_t child = start_child([this, stores] {
             StateFile mine(folder / "state", scenario);
             Transaction transaction(mine);
-            for (Byte i = 0; i < stores; ++i)
+            for (uint8_t i = 0; i < stores; ++i) {
                 transaction.store(transaction.chip(0)->pages[9][i], 0xFF);
+            }
             return raise(SIGKILL);
         });
         EXPECT_EQ(finish(child), 1000 + SIGKILL);
         EXPECT_EQ(get(9, 0), 1);
-        for (Byte i = 1; i < 8; ++i)
+        for (uint8_t i = 1; i < 8; ++i) {
             EXPECT_EQ(get(9, i), 0);
+        }
     }
 }
 
 TEST_F(State, ARollBackThatWasCutOffIsFinished) {
     set(9, 9, 1);
     HubImage &hub = state.lock();
-    const auto place = static_cast<std::size_t>(&hub.chips[0].pages[9][9] - reinterpret_cast<Byte *>(&hub));
+    const auto place = static_cast<size_t>(&hub.chips[0].pages[9][9] - reinterpret_cast<uint8_t *>(&hub));
     hub.notes[0] = {to_bytes<4>(place), 0x11};
     hub.notes[1] = {to_bytes<4>(place), 0x22}; // already restored, perhaps
     hub.notes[2] = {to_bytes<4>(0xFFFFFFFF), 0x33};
@@ -167,13 +171,12 @@ TEST_F(State, AResetForgetsCountersAndLearnedAddresses) {
         const Transaction transaction(mine);
         AddressScan scan(*transaction.chip(0));
         std::vector<int> last_bytes;
-        while (const AddressImage *const entry = scan.next())
+        while (const AddressImage *const entry = scan.next()) {
             last_bytes.push_back(entry->raw[7]);
+        }
         return last_bytes;
     };
-    const auto byte = [&](std::size_t page, std::size_t offset) {
-        return Transaction(mine).chip(0)->pages[page][offset];
-    };
+    const auto byte = [&](size_t page, size_t offset) { return Transaction(mine).chip(0)->pages[page][offset]; };
     EXPECT_THAT(addresses(), testing::ElementsAre(1, 2, 3, 4));
     EXPECT_EQ(byte(0x50, 0), 0x22);
     {
@@ -217,7 +220,7 @@ TEST_F(State, AHalfBuiltFileIsBuiltAnew) {
 
 TEST_F(State, AFileThatWasCutShortIsBuiltAnew) {
     set(9, 9, 0x42);
-    for (const std::size_t size : {std::size_t{0}, std::size_t{5}, sizeof(HubImage) - 1}) {
+    for (const size_t size : {size_t{0}, size_t{5}, sizeof(HubImage) - 1}) {
         std::filesystem::resize_file(path(), size);
         EXPECT_EQ(get(9, 9), 0) << size;
         EXPECT_EQ(get(0x34, 0x11), 1) << size;
@@ -263,14 +266,16 @@ TEST_F(State, AnotherLayoutStartsTheHubAnew) {
 TEST_F(State, AFullDiskIsSaidAndHealsWithRoom) {
     const pid_t child = start_child([this] {
         const rlimit limit{65536, 65536};
-        if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) {
             return 2;
+        }
         const std::string problem = problem_of(state);
         const std::string expected = "there is no room for the state " + path() +
                                      " of 1495 KiB (File too large); make room, or set HWA_SIM_DIR to a folder on "
                                      "another file system";
-        if (problem != expected)
+        if (problem != expected) {
             std::fprintf(stderr, "%s\n", problem.c_str());
+        }
         return problem == expected ? 0 : 1;
     });
     EXPECT_EQ(finish(child), 0);

@@ -34,8 +34,9 @@ class TemporaryFolder {
 public:
     TemporaryFolder() {
         path_ = testing::TempDir() + "/hwa-XXXXXX";
-        if (mkdtemp(path_.data()) == nullptr)
+        if (mkdtemp(path_.data()) == nullptr) {
             std::abort();
+        }
         path_ = std::filesystem::canonical(path_);
     }
     TemporaryFolder(const TemporaryFolder &) = delete;
@@ -68,8 +69,9 @@ public:
 
 private:
     void restore() {
-        if (kept_ < 0)
+        if (kept_ < 0) {
             return;
+        }
         dup2(kept_, STDERR_FILENO);
         close(kept_);
         kept_ = -1;
@@ -93,8 +95,9 @@ pid_t start_child(Body body) {
 // The child's exit status, or 1000 plus the signal that ended it.
 inline int finish(pid_t child) {
     int status = 0;
-    if (waitpid(child, &status, 0) != child)
+    if (waitpid(child, &status, 0) != child) {
         return -1;
+    }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// What time does: counters move, addresses age and are heard again.
-#include "addresses.h"
-#include "clock.h"
-#include "counters.h"
+// Time passes: counters move, addresses age and are heard again.
+#include "chip/addresses.h"
+#include "chip/counters.h"
 #include "model.h"
 #include "problem.h"
+#include "state/clock.h"
 
 #include <gmock/gmock.h>
 #include <set>
@@ -35,16 +35,17 @@ class Traffic : public hwa_test::ModelTest {
 protected:
     Traffic() : ModelTest(kBusy) {}
 
-    void pass(std::uint64_t milliseconds) {
+    void pass(uint64_t milliseconds) {
         Transaction transaction(state);
         Clock(std::to_string(milliseconds) + "ms").advance(transaction, *transaction.chip(0));
         transaction.commit();
     }
 
-    std::uint64_t counter(std::size_t port, Byte offset, std::size_t length = 4) {
-        std::uint64_t value = 0;
-        for (const Byte byte : read(static_cast<Byte>(0x50 + port), offset, length))
+    uint64_t counter(size_t port, uint8_t offset, size_t length = 4) {
+        uint64_t value = 0;
+        for (const uint8_t byte : read(static_cast<uint8_t>(0x50 + port), offset, length)) {
             value = value << 8 | byte;
+        }
         return value;
     }
 
@@ -52,22 +53,23 @@ protected:
         const Transaction transaction(state);
         AddressScan scan(*transaction.chip(0));
         std::vector<int> entries;
-        while (const AddressImage *const entry = scan.next())
+        while (const AddressImage *const entry = scan.next()) {
             entries.push_back(entry->raw[7]);
+        }
         return entries;
     }
 
-    void link(std::size_t port, bool up) { write(0, static_cast<Byte>(0xD0 + port), {static_cast<Byte>(up ? 0 : 3)}); }
-    void age(Byte seconds) { write(2, 0x06, {0xFF, 0xF0, 0, seconds}); } // only the low 20 bits count
+    void link(size_t port, bool up) { write(0, static_cast<uint8_t>(0xD0 + port), {static_cast<uint8_t>(up ? 0 : 3)}); }
+    void age(uint8_t seconds) { write(2, 0x06, {0xFF, 0xF0, 0, seconds}); } // only the low 20 bits count
 };
 
 TEST_F(Traffic, CountersMoveAtAboutTheirRate) {
     EXPECT_EQ(counter(3, 0x18), 0U);
-    std::uint64_t before = 0;
-    std::set<std::uint64_t> increases;
+    uint64_t before = 0;
+    std::set<uint64_t> increases;
     for (unsigned second = 1; second <= 20; ++second) {
         pass(1000);
-        const std::uint64_t now = counter(3, 0x18);
+        const uint64_t now = counter(3, 0x18);
         EXPECT_GE(now - before, 200U) << second;
         EXPECT_LE(now - before, 600U) << second;
         increases.insert(now - before);
@@ -76,9 +78,9 @@ TEST_F(Traffic, CountersMoveAtAboutTheirRate) {
     EXPECT_NEAR(static_cast<double>(before), 20 * 400 + 100, 100);
     EXPECT_GT(increases.size(), 10U);
     // Half a second is half of it.
-    const std::uint64_t start = counter(3, 0x00, 8);
+    const uint64_t start = counter(3, 0x00, 8);
     pass(500);
-    const std::uint64_t half = counter(3, 0x00, 8) - start;
+    const uint64_t half = counter(3, 0x00, 8) - start;
     pass(500);
     EXPECT_NEAR(static_cast<double>(counter(3, 0x00, 8) - start), 2 * static_cast<double>(half), 2);
     EXPECT_EQ(counter(3, 0x1C), 0U); // no rate
@@ -97,7 +99,7 @@ TEST_F(Traffic, IsTheSameForTheSameSeed) {
         std::vector<Bytes> shown;
         for (int i = 0; i < 3; ++i) {
             Clock("1300ms").advance(transaction, chip);
-            for (const Byte page : Bytes{0x53, 0x67}) {
+            for (const uint8_t page : Bytes{0x53, 0x67}) {
                 Bytes bytes(4);
                 read_register(transaction, chip, page, 0x18, bytes);
                 shown.push_back(bytes);
@@ -119,11 +121,11 @@ TEST_F(Traffic, CountersWrapAround) {
     EXPECT_LT(counter(23, 0x18), 600U);
     pass(1000);
     EXPECT_GT(counter(23, 0x98), 0U);
-    EXPECT_EQ(counter(23, 0x94), 0U); // nothing beside it
+    EXPECT_EQ(counter(23, 0x94), 0U); // nothing next to it
     EXPECT_EQ(counter(23, 0x9C), 0U);
 }
 
-// Every counter moves alone, in all its bytes and in no byte beside it.
+// Every counter moves alone, in all its bytes and in no other byte.
 TEST_F(Traffic, EachCounterHasItsPlace) {
     const std::vector<unsigned> offsets{0x00, 0x08, 0x10, 0x18, 0x1C, 0x30, 0x38, 0x50, 0x54, 0x58, 0x5C,
                                         0x60, 0x64, 0x68, 0x70, 0x74, 0x78, 0x7C, 0x84, 0x88, 0x90, 0x98};
@@ -133,24 +135,25 @@ TEST_F(Traffic, EachCounterHasItsPlace) {
             std::to_string(offset) + R"(,"per_second":4294967295}]}]}]})";
         Scenario one = parse_scenario(text);
         ChipImage &chip = one.chips[0];
-        chip.time = to_bytes<8>(std::uint64_t{1} << 55); // long enough for all 64 bits of the wide ones
+        chip.time = to_bytes<8>(uint64_t{1} << 55); // long enough for all 64 bits of the wide ones
         const unsigned length = offset == 0x00 || offset == 0x7C ? 8 : 4;
         for (unsigned at = 0; at < kPageSize; ++at) {
             if (at < offset || at >= offset + length) {
-                EXPECT_EQ(counter_byte(chip, 9, static_cast<Byte>(at)), 0) << offset << " " << at;
+                EXPECT_EQ(counter_byte(chip, 9, static_cast<uint8_t>(at)), 0) << offset << " " << at;
             }
         }
-        std::uint64_t value = 0;
-        for (unsigned i = 0; i < length; ++i)
-            value = value << 8 | counter_byte(chip, 9, static_cast<Byte>(offset + i));
+        uint64_t value = 0;
+        for (unsigned i = 0; i < length; ++i) {
+            value = value << 8 | counter_byte(chip, 9, static_cast<uint8_t>(offset + i));
+        }
         EXPECT_NE(value >> (8 * length - 8), 0U) << offset;
-        EXPECT_EQ(counter_byte(chip, 8, static_cast<Byte>(offset + length - 1)), 0) << offset;
+        EXPECT_EQ(counter_byte(chip, 8, static_cast<uint8_t>(offset + length - 1)), 0) << offset;
     }
 }
 
 TEST_F(Traffic, NeedsALink) {
     pass(1000);
-    const std::uint64_t first = counter(3, 0x18);
+    const uint64_t first = counter(3, 0x18);
     link(3, false);
     EXPECT_EQ(counter(3, 0x18), first);
     pass(10000);
@@ -158,7 +161,7 @@ TEST_F(Traffic, NeedsALink) {
     link(3, true);
     EXPECT_EQ(counter(3, 0x18), first);
     pass(1000);
-    const std::uint64_t second = counter(3, 0x18);
+    const uint64_t second = counter(3, 0x18);
     EXPECT_GE(second - first, 200U);
     EXPECT_LE(second - first, 600U);
     link(3, false);
@@ -168,7 +171,7 @@ TEST_F(Traffic, NeedsALink) {
 
 TEST_F(Traffic, AWrittenCounterIsWhatTheTrafficAddsTo) {
     pass(1000);
-    const std::uint64_t traffic = counter(3, 0x18);
+    const uint64_t traffic = counter(3, 0x18);
     write(0x53, 0x18, {0, 0, 1, 0});
     EXPECT_EQ(counter(3, 0x18), traffic + 0x100);
     write(0x53, 0x1C, {0, 0, 0, 5});
@@ -177,7 +180,7 @@ TEST_F(Traffic, AWrittenCounterIsWhatTheTrafficAddsTo) {
 
 TEST_F(Traffic, AResetBeginsToCountAnew) {
     pass(1000);
-    const std::uint64_t first = counter(3, 0x18);
+    const uint64_t first = counter(3, 0x18);
     pass(7000);
     link(3, false);
     reset();
@@ -226,9 +229,10 @@ TEST_F(Traffic, AfterAResetStationsAreHeardAgainOneByOne) {
 
 TEST_F(Traffic, StationsAreHeardAgainWithinTenSecondsOfLink) {
     std::string addresses;
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         addresses += std::string(i > 0 ? "," : "") + R"({"mac":"02:00:00:00:00:)" + (i < 10 ? "0" : "") +
                      std::to_string(i) + R"(","port":3})";
+    }
     const Scenario many = parse_scenario(
         R"({"name":"many","chips":[{"chip":0,"ports":[{"port":3,"link":true}],"addresses":[)" + addresses + "]}]}");
     StateFile mine(folder / "many", many);
@@ -236,21 +240,23 @@ TEST_F(Traffic, StationsAreHeardAgainWithinTenSecondsOfLink) {
     const ChipImage &chip = *transaction.chip(0);
     const auto count = [&chip] {
         AddressScan scan(chip);
-        while (scan.next() != nullptr)
+        while (scan.next() != nullptr) {
             ;
+        }
         return scan.learned(3);
     };
     EXPECT_EQ(count(), 20);
     transaction.reset(chip);
-    for (std::uint16_t second = 0; second <= 12; ++second) {
+    for (uint16_t second = 0; second <= 12; ++second) {
         EXPECT_EQ(count(), std::min(2 * second, 20)) << second;
         Clock("1s").advance(transaction, chip);
     }
 }
 
 TEST(HubClock, TakesATimeForEachAccess) {
-    for (const char *text : {"", "0s", "1us", "10ms", "4294967295s"})
+    for (const char *text : {"", "0s", "1us", "10ms", "4294967295s"}) {
         EXPECT_NO_THROW(Clock{text}) << text;
+    }
     for (const char *text : {"10", "ms", "-1s", "1 s", "1h", "1ss", "4294967296s", "s1"}) {
         try {
             Clock clock(text);
@@ -271,12 +277,12 @@ TEST_F(Traffic, TimePassesByItself) {
     };
     EXPECT_EQ(advance(), 0U); // nobody knows for how long there was nobody
     usleep(20000);
-    const std::uint64_t first = advance();
+    const uint64_t first = advance();
     EXPECT_GE(first, 20000U);
     EXPECT_LT(first, 60 * kSecond);
     {
         Transaction transaction(state);
-        transaction.store(transaction.chip(0)->seen, to_bytes<8>(std::uint64_t{1} << 62)); // the clock was set back
+        transaction.store(transaction.chip(0)->seen, to_bytes<8>(uint64_t{1} << 62)); // the clock was set back
         transaction.commit();
     }
     EXPECT_EQ(advance(), first);

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "state/folder.h"
+
+#include "problem.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace hwa {
+namespace {
+
+constexpr char kAdvice[] = "; set HWA_SIM_DIR to a folder of your own";
+
+[[noreturn]] void refuse(const std::string &path, const std::string &reason) {
+    throw Unusable("the state's place " + path + " " + reason + kAdvice);
+}
+
+// Only files that no other user can have made or can change are trusted.
+void check(const File &file, const std::string &path, mode_t kind, const char *kind_name) {
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0) {
+        refuse(path, "cannot be opened (" + system_error(errno) + ")");
+    }
+    if ((status.st_mode & S_IFMT) != kind) {
+        refuse(path, "is not " + std::string(kind_name));
+    }
+    if (status.st_uid != geteuid()) {
+        refuse(path, "belongs to another user");
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        refuse(path, "may be written by other users");
+    }
+    if (kind == S_IFREG && status.st_nlink > 1) {
+        refuse(path, "has a second name");
+    }
+}
+
+const char *environment(const char *name) {
+    const char *const value = std::getenv(name);
+    return value != nullptr && *value != '\0' ? value : nullptr;
+}
+
+} // namespace
+
+File &File::operator=(File &&other) noexcept {
+    if (this != &other) {
+        reset();
+        descriptor_ = other.release();
+    }
+    return *this;
+}
+
+int File::release() {
+    return std::exchange(descriptor_, -1);
+}
+
+void File::reset() {
+    if (descriptor_ >= 0) {
+        close(release());
+    }
+}
+
+std::string state_folder() {
+    if (const char *const chosen = environment("HWA_SIM_DIR")) {
+        std::string folder = chosen;
+        // With a slash at the end a link would be followed.
+        while (folder.size() > 1 && folder.back() == '/') {
+            folder.pop_back();
+        }
+        return folder;
+    }
+    if (const char *const runtime = environment("XDG_RUNTIME_DIR")) {
+        return std::string(runtime) + "/ksl-hwa-sim";
+    }
+    return "/tmp/ksl-hwa-sim-" + std::to_string(geteuid());
+}
+
+File open_private(const std::string &folder, const char *name) {
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+        refuse(folder, "cannot be made (" + system_error(errno) + ")");
+    }
+    const File directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    check(directory, folder, S_IFDIR, "a folder");
+    // Not waiting keeps a pipe of that name from stopping the program.
+    File file(openat(directory.get(), name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    check(file, folder + "/" + name, S_IFREG, "a file");
+    return file;
+}
+
+} // namespace hwa

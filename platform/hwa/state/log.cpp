@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "state/log.h"
+
+#include "problem.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace hwa {
+
+Log::Log(const std::string &name) : name_(name) {
+    if (name == "-") {
+        descriptor_ = STDERR_FILENO;
+        return;
+    }
+    file_ = File(open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    descriptor_ = file_.get();
+    if (!file_) {
+        complain("HWA_SIM_LOG: " + name + " cannot be opened (" + system_error(errno) +
+                 "); going on without a log, name a file that can be written");
+    }
+}
+
+void Log::write(const std::string &line) {
+    // A single write keeps the lines of several processes whole.
+    const std::string text = line + "\n";
+    if (::write(descriptor_, text.data(), text.size()) == static_cast<ssize_t>(text.size())) {
+        return;
+    }
+    complain("HWA_SIM_LOG: " + name_ + " cannot be written (" + system_error(errno) + "); going on without a log");
+    descriptor_ = -1;
+}
+
+std::string hex(uint32_t value, int digits) {
+    std::string text = "0x";
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
+        text += "0123456789abcdef"[value >> shift & 0xF];
+    }
+    return text;
+}
+
+std::string hex(std::span<const uint8_t> bytes) {
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        text += (text.empty() ? "" : " ") + hex(byte, 2).substr(2);
+    }
+    return text;
+}
+
+} // namespace hwa

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "state/state_file.h"
+
+#include "chip/reset.h"
+#include "problem.h"
+
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace hwa {
+namespace {
+
+// Stores before this call reach the file before stores after it. A process is killed between two instructions, so
+// only the compiler must be kept from changing the order.
+void in_order() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+int allocate(int file) {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < sizeof(HubImage)) {
+        return EFBIG; // asked first: going past the limit would raise SIGXFSZ
+    }
+    int error = 0;
+    do {
+        error = posix_fallocate(file, 0, sizeof(HubImage));
+    } while (error == EINTR);
+    return error;
+}
+
+} // namespace
+
+StateFile::StateFile(std::string folder, const Scenario &scenario) : folder_(std::move(folder)), scenario_(scenario) {}
+
+StateFile::~StateFile() {
+    close();
+}
+
+void StateFile::close() {
+    if (image_ != nullptr) {
+        munmap(image_, sizeof(HubImage));
+    }
+    image_ = nullptr;
+    file_.reset();
+}
+
+void StateFile::open() {
+    file_ = open_private(folder_, kName);
+    void *const memory = mmap(nullptr, sizeof(HubImage), PROT_READ | PROT_WRITE, MAP_SHARED, file_.get(), 0);
+    if (memory == MAP_FAILED) {
+        throw Unusable("the state " + path() + " cannot be mapped (" + system_error(errno) +
+                       "); set HWA_SIM_DIR to a folder on another file system");
+    }
+    image_ = static_cast<HubImage *>(memory);
+}
+
+bool StateFile::is_ours() const {
+    return image_->layout == to_bytes<4>(kLayout) && image_->scenario == to_bytes<8>(scenario_.digest);
+}
+
+HubImage &StateFile::lock() {
+    struct stat status {};
+    while (true) {
+        if (image_ == nullptr) {
+            open();
+        }
+        while (flock(file_.get(), LOCK_EX) != 0) {
+            if (errno != EINTR) {
+                throw Unusable("the state " + path() + " cannot be locked (" + system_error(errno) + ")");
+            }
+        }
+        if (fstat(file_.get(), &status) == 0 && status.st_nlink != 0) {
+            break;
+        }
+        // The file was deleted after it was opened: the hub starts anew.
+        close();
+        settled_ = false;
+    }
+    try {
+        // Touching memory past the end of a file would kill the process.
+        repair(status.st_size >= static_cast<off_t>(sizeof(HubImage)));
+    } catch (...) {
+        unlock();
+        throw;
+    }
+    return *image_;
+}
+
+void StateFile::unlock() {
+    flock(file_.get(), LOCK_UN);
+}
+
+void StateFile::repair(bool whole) {
+    whole = whole && image_->magic == kMagic;
+    if (whole && settled_ && !is_ours()) {
+        throw Unusable("another process started the state " + path() +
+                       " anew from another scenario; start this program again, or give each its own HWA_SIM_DIR");
+    }
+    if (!whole || !is_ours()) {
+        build();
+    }
+    settled_ = true;
+    if (image_->resetting != 0 && image_->resetting <= scenario_.chips.size()) {
+        reset_chip(image_->resetting - 1U);
+    }
+    roll_back();
+}
+
+void StateFile::build() {
+    if (const int error = allocate(file_.get()); error != 0) {
+        throw Unusable("there is no room for the state " + path() + " of " +
+                       std::to_string((sizeof(HubImage) + 1023) / 1024) + " KiB (" + system_error(error) +
+                       "); make room, or set HWA_SIM_DIR to a folder on another file system");
+    }
+    image_->magic = {};
+    in_order();
+    image_->layout = to_bytes<4>(kLayout);
+    image_->scenario = to_bytes<8>(scenario_.digest);
+    image_->resetting = 0;
+    image_->note_count = 0;
+    for (size_t i = 0; i < kMaxChips; ++i) {
+        if (i < scenario_.chips.size()) {
+            image_->chips[i] = scenario_.chips[i];
+        } else {
+            image_->chips[i].present = 0;
+        }
+    }
+    in_order();
+    image_->magic = kMagic;
+}
+
+void StateFile::store(const uint8_t &place, uint8_t value) {
+    uint8_t *const bytes = reinterpret_cast<uint8_t *>(image_);
+    const auto position = static_cast<size_t>(&place - bytes);
+    if (image_->note_count == kMaxNotes) {
+        throw std::length_error("an access changes more bytes than the hub can take back");
+    }
+    image_->notes[image_->note_count] = {to_bytes<4>(position), bytes[position]};
+    in_order();
+    ++image_->note_count;
+    in_order();
+    bytes[position] = value;
+    in_order();
+}
+
+void StateFile::commit() {
+    image_->note_count = 0;
+    in_order();
+}
+
+void StateFile::roll_back() {
+    while (image_->note_count != 0) {
+        const UndoNote &note = image_->notes[image_->note_count - 1U];
+        const uint64_t position = from_bytes(note.position);
+        if (position < sizeof(HubImage)) {
+            reinterpret_cast<uint8_t *>(image_)[position] = note.old_value;
+        }
+        in_order();
+        --image_->note_count;
+        in_order();
+    }
+}
+
+void StateFile::reset_chip(size_t index) {
+    image_->resetting = static_cast<uint8_t>(index + 1);
+    in_order();
+    reset(image_->chips[index], scenario_.chips[index]);
+    in_order();
+    image_->resetting = 0;
+}
+
+} // namespace hwa
