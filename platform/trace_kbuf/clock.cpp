@@ -79,8 +79,8 @@ bool anchors_are_right(Header &ring, const Moment &now) {
     if (newest_anchor(ring, 1, before)) {
         measure_rate(before, last, rate);
     }
-    const uint64_t told = clock_at(last, rate, now.ticks);
-    return told - now.ns + kToleranceNs <= 2 * kToleranceNs;
+    const uint64_t expected = clock_at(last, rate, now.ticks);
+    return expected - now.ns + kToleranceNs <= 2 * kToleranceNs;
 }
 
 } // namespace
@@ -103,7 +103,14 @@ void check_clock(Header &ring, uint32_t writer) {
     words[kCalibrationTicks] = calibration.ticks.load(std::memory_order_relaxed);
     words[kCalibrationNs] = calibration.ns.load(std::memory_order_relaxed);
     const uint32_t sequence = ring.anchors_head.fetch_add(1, std::memory_order_relaxed);
-    write_slot(ring.anchors[sequence % kAnchors], sequence, words);
+    write_slot<kAnchorValues>(ring.anchors[sequence % kAnchors], sequence, words);
+}
+
+uint32_t ticks_per_second() {
+    constexpr uint32_t most = 1 << 30;
+    const double rate =
+        calibration.ticks.load(std::memory_order_relaxed) * 1e9 / calibration.ns.load(std::memory_order_relaxed);
+    return rate < most ? static_cast<uint32_t>(rate) : most;
 }
 
 } // namespace trace_kbuf

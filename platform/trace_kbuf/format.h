@@ -20,7 +20,7 @@ namespace trace_kbuf {
 
 inline constexpr std::array<char, 8> kMagic = {'T', 'R', 'C', 'E', 'K', 'B', 'U', 'F'};
 inline constexpr uint32_t kByteOrderMark = 0x01020304;
-inline constexpr uint32_t kVersion = 1;
+inline constexpr uint32_t kVersion = 2; // 1 had another checksum of slots: see version_1.h
 inline constexpr char kFileSuffix[] = ".kbuf";
 
 inline constexpr uint32_t kMinSize = 128;     // two slots
@@ -80,31 +80,60 @@ static_assert(offsetof(Header, head) == 256 && offsetof(Header, turns) == 260);
 static_assert(offsetof(Header, anchors_head) == 320 && offsetof(Header, anchors) == 2048);
 static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4);
 
-// Checksum of a slot's words but the checksum itself. It refuses a mixture of two records, which a writer
-// leaves behind that was stopped in mid-record while the ring made a whole turn. A sum or an exclusive-or
-// would let mixtures pass whose values differ by opposite amounts; products of keyed pairs do not, and they
-// are independent of each other, so that eight multiplications hide under the time stamp.
-constexpr uint32_t slot_checksum(const SlotWords &words, uint32_t sequence) {
-    constexpr SlotWords key = {0x9e3779b9, 0x85ebca6b, 0xc2b2ae35, 0x27d4eb2f, 0x165667b1, 0xd3a2646d,
-                               0xfd7046c5, 0xb55a4f09, 0x94d049bb, 0xbf58476d, 0x369dea0f, 0xa0761d65,
-                               0xe7037ed1, 0x8ebc6af1, 0x589965cd, 0x1d8e4e27};
-    uint64_t sum = uint64_t{sequence + key[kCommit]} * key[kChecksum];
-    for (uint32_t i = kTicksHigh; i < kSlotWords; i += 2) {
-        sum += uint64_t{words[i] + key[i]} * (words[i + 1] + key[i + 1]);
-    }
-    return static_cast<uint32_t>(sum >> 32) ^ static_cast<uint32_t>(sum);
+// The checksum of a slot refuses a mixture of two records: what a writer leaves that was stopped in mid-record while
+// the others wrote a whole turn of the ring, and then went on over the newer record. Words are added to keys and
+// multiplied in pairs, the products of 64 bits are added up, and the halves of the sum meet the sequence number.
+//
+// Why a mixture does not pass, unless chance helps (one in 2^32):
+// - Commit word and checksum decide which record a mixture claims to be. If all other words are of one record, only the
+//   sequence number differs, and so does the checksum.
+// - A word that differs by d changes the sum by d times its partner plus key: never 0, unless that partner happens to
+// be
+//   the negative of its key.
+// - Two words that differ by opposite amounts, or are swapped, or differ in one bit each, change the sum by multiples
+// of
+//   two unlike numbers, since the keys differ. A plain sum, or an exclusive-or, would let them pass. The high halves of
+//   the products are part of the sum, so that the top bits of words count as much as the low ones.
+// - Values are never chosen to deceive: the keys need not be secret, only unlike anything that programs record.
+//
+// A record of up to five values writes and covers no more than these; a reader finds out which of the two sums fits.
+//
+// Keys have a high half only, which PowerPC adds in one instruction. A product needs nothing of the one before it, and
+// registers for two words at a time.
+constexpr uint64_t checksum_of_pair(const SlotWords &words, uint32_t first) {
+    constexpr SlotWords key = {0,          0,          0xc2b20000, 0x27d50000, 0x16570000, 0xd3a30000,
+                               0x7d710000, 0xb55b0000, 0x94d10000, 0x3f590000, 0x369d0000, 0xa0770000,
+                               0x67030000, 0x8ebd0000, 0x58990000, 0x1d8f0000};
+    return uint64_t{words[first] + key[first]} * (words[first + 1] + key[first + 1]);
 }
-static_assert(kSlotWords % 2 == 0 && kTicksHigh % 2 == 0);
 
-static_assert(slot_checksum({}, 0) != 0, "a slot that was never used is no record");
+constexpr uint32_t finish_checksum(uint64_t sum, uint32_t sequence) {
+    return static_cast<uint32_t>(sum >> 32) ^ static_cast<uint32_t>(sum) ^ sequence;
+}
 
-// No record, in either byte order and in any slot: stands where a record could not be copied whole.
+inline constexpr uint32_t kFewValues = 5;
+static_assert(kTicksHigh % 2 == 0 && (kFirstValue + kFewValues) % 2 == 0 && kSlotWords % 2 == 0);
+
+// Of a record that has room for `values`: kFewValues or kValues.
+constexpr uint32_t slot_checksum(const SlotWords &words, uint32_t sequence, uint32_t values) {
+    uint64_t sum = 0;
+    for (uint32_t i = kTicksHigh; i < kFirstValue + values; i += 2) {
+        sum += checksum_of_pair(words, i);
+    }
+    return finish_checksum(sum, sequence);
+}
+
+static_assert(slot_checksum({}, 0, kFewValues) != 0 && slot_checksum({}, 0, kValues) != 0,
+              "a slot that was never used is no record");
+
+// No record, in either byte order and in any slot: it marks a record that could not be copied whole.
 inline constexpr SlotWords kSpoilt = [] {
     SlotWords words{};
     words.fill(UINT32_MAX);
     return words;
 }();
-static_assert(slot_checksum(kSpoilt, kSpoilt[kCommit]) != kSpoilt[kChecksum]);
+static_assert(slot_checksum(kSpoilt, kSpoilt[kCommit], kFewValues) != kSpoilt[kChecksum]);
+static_assert(slot_checksum(kSpoilt, kSpoilt[kCommit], kValues) != kSpoilt[kChecksum]);
 
 // Checksum of a description's bytes, without magic and checksum: the same on machines of either byte order.
 inline uint32_t description_checksum(const unsigned char *bytes) {

@@ -2,7 +2,6 @@
 #include "parse.h"
 
 #include "image.h"
-#include "ring.h"
 #include "timeline.h"
 
 #include <algorithm>
@@ -21,7 +20,7 @@ Snapshot make_snapshot() {
     return {new trace_kbuf_snapshot{}, &trace_kbuf_snapshot_free};
 }
 
-// The first problem found is the one that is told.
+// The first problem found is the one that is reported.
 void report(trace_kbuf_snapshot &snapshot, trace_kbuf_status status, const std::string &label,
             const std::string &problem) {
     if (snapshot.status == TRACE_KBUF_WHOLE) {
@@ -33,8 +32,8 @@ void report(trace_kbuf_snapshot &snapshot, trace_kbuf_status status, const std::
 uint32_t count_records(const Image &image) {
     uint32_t count = 0;
     for (size_t offset = kHeaderBytes; offset + sizeof(Slot) <= image.size(); offset += sizeof(Slot)) {
-        const SlotWords words = image.slot(offset);
-        count += !is_empty(words) && words[kChecksum] == slot_checksum(words, words[kCommit]);
+        SlotWords words = image.slot(offset);
+        count += image.is_record(words, 0, 1);
     }
     return count;
 }
@@ -57,7 +56,7 @@ void copy_text(char (&text)[Room], const unsigned char *from) {
 }
 
 void read_description(const Image &image, trace_kbuf_snapshot &snapshot) {
-    snapshot.version = image.word(offsetof(Description, version));
+    snapshot.version = image.version();
     snapshot.byte_order = image.order() == std::endian::big ? TRACE_KBUF_BIG_ENDIAN : TRACE_KBUF_LITTLE_ENDIAN;
     snapshot.word_bits = image.word(offsetof(Description, word_bits));
     snapshot.size = image.word(offsetof(Description, size));
@@ -94,8 +93,8 @@ std::vector<trace_kbuf_record> good_records(const Image &image, uint32_t capacit
     std::vector<trace_kbuf_record> records;
     const size_t present = std::min<size_t>(capacity, (image.size() - kHeaderBytes) / sizeof(Slot));
     for (uint32_t i = 0; i < present; ++i) {
-        const SlotWords words = image.slot(kHeaderBytes + i * sizeof(Slot));
-        if (is_record(words, i, capacity)) {
+        SlotWords words = image.slot(kHeaderBytes + i * sizeof(Slot));
+        if (image.is_record(words, i, capacity)) {
             records.push_back(record_of(words));
         }
     }
@@ -103,7 +102,7 @@ std::vector<trace_kbuf_record> good_records(const Image &image, uint32_t capacit
 }
 
 // Widens the sequence numbers to 64 bits and puts the records in order. Returns the number written in all,
-// which is more than `head` when the head is damaged and lies behind a record.
+// which is more than `head` when the head is damaged and comes after a record.
 uint64_t put_in_order(std::vector<trace_kbuf_record> &records, uint64_t head) {
     uint64_t end = head;
     for (const trace_kbuf_record &record : records) {
@@ -178,9 +177,9 @@ trace_kbuf_snapshot *parse(std::span<const unsigned char> bytes, const std::stri
     const Image image(bytes, byte_order(bytes));
     Snapshot snapshot = make_snapshot();
     read_description(image, *snapshot);
-    if (snapshot->version != kVersion) {
+    if (snapshot->version != 1 && snapshot->version != kVersion) {
         report(*snapshot, TRACE_KBUF_UNKNOWN_VERSION, label,
-               "a trace file of version " + std::to_string(snapshot->version) + ", only version " +
+               "a trace file of version " + std::to_string(snapshot->version) + ", only versions 1 and " +
                    std::to_string(kVersion) + " can be read");
         return snapshot.release();
     }

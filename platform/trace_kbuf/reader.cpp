@@ -23,7 +23,7 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr size_t kMaxBytes = kHeaderBytes + kMaxSize;
 
-// Reads from where the file stands, so that a pipe can be read too. Returns 0, or the reason why not.
+// Reads from the file's position on, so that a pipe can be read too. Returns 0, or the reason why not.
 int read_all(int file, Bytes &bytes) {
     size_t length = 0;
     for (;;) {
@@ -48,7 +48,7 @@ bool reread(int file, size_t offset, size_t length, unsigned char *bytes) {
 }
 
 // The file may be written while it is read. A slot counts as read once two readings in a row agree; one that
-// never stands still is spoilt. The heads come last, so that they count every record.
+// always changes is spoilt. The heads come last, so that they count every record.
 void settle(int file, Bytes &bytes) {
     constexpr size_t slots = offsetof(Header, anchors);
     Bytes again(bytes.size());
@@ -76,10 +76,12 @@ trace_kbuf_snapshot *read_file(const char *path) {
     const auto unreadable = [&](int reason) {
         return problem_snapshot(TRACE_KBUF_UNREADABLE, path, std::string("cannot be read: ") + strerrordesc_np(reason));
     };
-    const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    // Not waiting keeps a pipe that nobody writes into from stopping the reader; one with a writer is read as it comes.
+    const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     if (file < 0) {
         return unreadable(errno);
     }
+    fcntl(file, F_SETFL, 0);
     Bytes bytes;
     const int reason = read_all(file, bytes);
     struct stat status {};

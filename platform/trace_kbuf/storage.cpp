@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "storage.h"
 
+#include "blocks.h"
+#include "descriptor.h"
 #include "file_name.h"
+#include "folder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #ifndef TRACE_KBUF_BUILD
 #error "TRACE_KBUF_BUILD names version, architecture and compiler"
@@ -24,25 +26,10 @@ namespace {
 constexpr char kBuild[] = TRACE_KBUF_BUILD;
 static_assert(sizeof kBuild <= sizeof(Description::writer));
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) {
-            close(number_);
-        }
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    operator int() const { return number_; }
-
-private:
-    int number_;
-};
-
 enum class Content { fresh, ours, outdated, foreign, other };
 
-Content examine(int file, off_t file_size, const char *name, uint32_t size) {
+// `size` is the least that will do; of a file that is ours it becomes what it has.
+Content examine(int file, off_t file_size, const char *name, uint32_t &size) {
     if (file_size == 0) {
         return Content::fresh;
     }
@@ -50,9 +37,13 @@ Content examine(int file, off_t file_size, const char *name, uint32_t size) {
     if (pread(file, &found, sizeof found, 0) < static_cast<ssize_t>(sizeof found.magic + 8)) {
         return Content::other;
     }
-    const auto bytes = static_cast<off_t>(image_bytes(size));
-    if (found.magic == decltype(found.magic){} && file_size == bytes) {
-        return Content::fresh; // its maker was killed before it was ready
+    const auto records = static_cast<uint32_t>(file_size - static_cast<off_t>(kHeaderBytes));
+    const bool has_a_rings_size =
+        file_size <= static_cast<off_t>(image_bytes(kMaxSize)) && std::has_single_bit(records);
+    if (found.magic == decltype(found.magic){} && has_a_rings_size) {
+        const bool fits = records >= size; // its maker was killed before it was ready
+        size = std::max(size, records);
+        return fits ? Content::fresh : Content::outdated;
     }
     if (found.magic != kMagic) {
         return Content::other;
@@ -60,24 +51,18 @@ Content examine(int file, off_t file_size, const char *name, uint32_t size) {
     if (found.byte_order != kByteOrderMark) {
         return Content::foreign;
     }
-    if (found.version != kVersion || found.size != size || file_size != bytes ||
+    if (found.version != kVersion || found.size < size || found.size != records || !has_a_rings_size ||
         found.checksum != description_checksum(reinterpret_cast<const unsigned char *>(&found))) {
         return Content::outdated;
     }
     if (found.word_bits != sizeof(void *) * 8) {
         return Content::foreign;
     }
-    return std::strcmp(found.name.data(), name) == 0 ? Content::ours : Content::other;
-}
-
-// Makes sure that every page has its place on the disk.
-const char *allocate(int file, size_t bytes) {
-    rlimit limit{};
-    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < bytes) {
-        return strerrordesc_np(EFBIG); // asked first: going past the limit would raise SIGXFSZ
+    if (std::strcmp(found.name.data(), name) != 0) {
+        return Content::other;
     }
-    const int result = posix_fallocate(file, 0, static_cast<off_t>(bytes));
-    return result == 0 ? nullptr : strerrordesc_np(result);
+    size = found.size;
+    return Content::ours;
 }
 
 // Held only while a file is examined and made. A holder that was stopped must not stop others for good.
@@ -92,13 +77,14 @@ bool lock(int file) {
     return false;
 }
 
-bool map(void *place, size_t bytes, int flags, int file) {
-    return mmap(place, bytes, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_SHARED | flags, file, 0) != MAP_FAILED;
+bool map(Front &front, int flags, int file) {
+    return mmap(ring_of(front), image_bytes(size_of(front)), PROT_READ | PROT_WRITE, MAP_FIXED | MAP_SHARED | flags,
+                file, 0) != MAP_FAILED;
 }
 
 enum class Step { done, again, failed };
 
-Step try_file(void *place, int directory, const char *name, uint32_t size, const char *&problem) {
+Step try_file(Places &places, Front *&front, int directory, const char *name, uint32_t size, const char *&problem) {
     const FileName path = file_name(name);
     const Descriptor file(
         openat(directory, path.data(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600));
@@ -113,6 +99,10 @@ Step try_file(void *place, int directory, const char *name, uint32_t size, const
     }
     if (status.st_uid != geteuid()) {
         problem = "it belongs to another user";
+        return Step::failed;
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        problem = "it may be written by other users";
         return Step::failed;
     }
     if (!lock(file)) {
@@ -141,13 +131,14 @@ Step try_file(void *place, int directory, const char *name, uint32_t size, const
         std::array<char, sizeof(FileName) + 4> aside{};
         (void)std::snprintf(aside.data(), aside.size(), "%s.old", path.data());
         if (renameat(directory, path.data(), directory, aside.data()) != 0) {
-            problem = "it is damaged or of another size or version, and cannot be moved aside";
+            problem = "it is damaged, too small or of another version, and cannot be moved aside";
             return Step::failed;
         }
         return Step::again;
     }
-    problem = allocate(file, image_bytes(size));
-    if (problem == nullptr && !map(place, image_bytes(size), 0, file)) {
+    problem = reserve_blocks(file, image_bytes(size));
+    front = problem == nullptr ? places.of(size) : nullptr;
+    if (problem == nullptr && (front == nullptr || !map(*front, 0, file))) {
         problem = strerrordesc_np(errno);
     }
     if (problem != nullptr) {
@@ -157,7 +148,7 @@ Step try_file(void *place, int directory, const char *name, uint32_t size, const
         return Step::failed;
     }
     if (content == Content::fresh) {
-        describe(*static_cast<Header *>(place), name, size);
+        describe(header_of(*front), name, size);
     }
     // By hand: a child forked meanwhile may hold the same open file for long.
     flock(file, LOCK_UN);
@@ -166,13 +157,23 @@ Step try_file(void *place, int directory, const char *name, uint32_t size, const
 
 } // namespace
 
-void *reserve(size_t bytes) {
-    void *place = mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return place == MAP_FAILED ? nullptr : place;
+// The page ahead of the ring is usable at once; its last bytes are the front.
+Front *Places::of(uint32_t size) {
+    Front *&front = by_size_[static_cast<uint32_t>(std::countr_zero(size) - std::countr_zero(kMinSize))];
+    if (front == nullptr) {
+        const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        void *start = mmap(nullptr, page + image_bytes(size), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (start == MAP_FAILED || mprotect(start, page, PROT_READ | PROT_WRITE) != 0) {
+            return nullptr;
+        }
+        front = reinterpret_cast<Front *>(static_cast<char *>(start) + page - kFrontBytes);
+        front->mask.store(size - static_cast<uint32_t>(sizeof(Slot)), std::memory_order_relaxed);
+    }
+    return front;
 }
 
-bool map_memory(void *place, size_t bytes) {
-    return map(place, bytes, MAP_ANONYMOUS, -1);
+bool map_memory(Front &front) {
+    return map(front, MAP_ANONYMOUS, -1);
 }
 
 void describe(Header &ring, const char *name, uint32_t size) {
@@ -188,22 +189,20 @@ void describe(Header &ring, const char *name, uint32_t size) {
     description.magic = kMagic;
 }
 
-const char *map_file(void *place, const char *directory, const char *name, uint32_t size) {
-    if (mkdir(directory, 0700) != 0 && errno != EEXIST) {
-        return strerrordesc_np(errno);
-    }
-    const Descriptor folder(open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+Front *map_file(Places &places, const char *directory, const char *name, uint32_t size, const char *&problem) {
+    const Descriptor folder(open_folder(directory, problem));
     if (folder < 0) {
-        return strerrordesc_np(errno);
+        return nullptr;
     }
-    const char *problem = "it changes all the time";
+    problem = "it changes all the time";
     for (int tries = 0; tries < 8; ++tries) {
-        const Step step = try_file(place, folder, name, size, problem);
+        Front *front = nullptr;
+        const Step step = try_file(places, front, folder, name, size, problem);
         if (step != Step::again) {
-            return step == Step::done ? nullptr : problem;
+            return step == Step::done ? front : nullptr;
         }
     }
-    return problem;
+    return nullptr;
 }
 
 } // namespace trace_kbuf

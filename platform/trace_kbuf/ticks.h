@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The counter that stamps records. What it counts is found out by calibration, not assumed.
 //
-// Measured on an x86-64 virtual machine (2.3 GHz, g++ 12; five values, nanoseconds). In bench/trace_kbuf_bench: the
-// counter alone 8.4, its serialising form (rdtscp) 14.2, clock_gettime alone 18.6, the whole record 18.9, the same
-// with nine values 18.8, and one with a clock_gettime beside it 37. In a copy of the loop with parts left out: a
-// locked increment alone 7.9, counter and increment 17.4. So commit word, checksum and writer hide under those two,
-// and a clock instead of the counter would cost ten more.
+// On x86-64 the counter and a locked increment are what a record's time goes into: commit word, checksum and writer
+// hide under them. bench/trace_kbuf_bench times a record, the counter alone, and a clock.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #if !defined(__x86_64__) && !defined(__i386__) && !defined(__powerpc__)
 #include <ctime>
@@ -27,11 +25,49 @@ inline uint64_t read_ticks() {
 #endif
 }
 
-// A power of two of ticks that is around a second: the time between two looks at the clock.
-#if defined(__powerpc__)
-inline constexpr unsigned kPeriodBits = 25;
+// The same in the words in which a record keeps it; on x86 the counter comes in these, and stays in them.
+struct Ticks {
+    uint32_t high, low;
+};
+
+inline Ticks read_tick_words() {
+#if defined(__x86_64__) || defined(__i386__)
+    Ticks ticks;
+    asm volatile("rdtsc" : "=a"(ticks.low), "=d"(ticks.high));
+    return ticks;
 #else
-inline constexpr unsigned kPeriodBits = 31;
+    const uint64_t ticks = read_ticks();
+    return {static_cast<uint32_t>(ticks >> 32), static_cast<uint32_t>(ticks)};
 #endif
+}
+
+// When the clock was looked at last, and whether that is about a second ago.
+class LastLook {
+public:
+    void set(Ticks now, uint32_t ticks_per_second) {
+        at_.store(at(now), std::memory_order_relaxed);
+        enough_.store(ticks_per_second, std::memory_order_relaxed);
+    }
+
+    [[gnu::always_inline]] bool is_long_ago(Ticks now) const {
+#if defined(__x86_64__) || defined(__i386__)
+        return at(now) != at_.load(std::memory_order_relaxed); // 2^32 ticks are one to two seconds
+#else
+        return at(now) - at_.load(std::memory_order_relaxed) > enough_.load(std::memory_order_relaxed);
+#endif
+    }
+
+private:
+    static uint32_t at(Ticks now) {
+#if defined(__x86_64__) || defined(__i386__)
+        return now.high;
+#else
+        return now.low;
+#endif
+    }
+
+    std::atomic<uint32_t> at_;
+    std::atomic<uint32_t> enough_; // not more than a quarter of what the low word counts
+};
 
 } // namespace trace_kbuf

@@ -1,19 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "timeline.h"
 
-#include "ring.h"
-
 #include <algorithm>
 
 namespace trace_kbuf {
 
 Timeline::Timeline(const Image &image, uint64_t head) {
-    // Oldest first: the anchors' own ring tells the order, the clock may have been set back.
+    // Oldest first: the anchors' own ring has the order, the clock may have been set back.
     const uint32_t anchors_head = image.word(offsetof(Header, anchors_head));
     for (uint32_t age = kAnchors; age > 0; --age) {
         const uint32_t index = (anchors_head - age) % kAnchors;
-        const SlotWords words = image.slot(offsetof(Header, anchors) + index * sizeof(Slot));
-        if (is_record(words, index, kAnchors) && words[kIdentifier] == kAnchorIdentifier) {
+        SlotWords words = image.slot(offsetof(Header, anchors) + index * sizeof(Slot));
+        if (image.is_record(words, index, kAnchors) && words[kIdentifier] == kAnchorIdentifier) {
             stretches_.push_back({anchor_of(words), 0, 0});
         }
     }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The five operations over a table of open buffers.
 //
-// Writing takes no lock and no system call: stamp, next sequence number, one cache line. ticks.h tells what that
-// costs. Numbers handed out to a thread in blocks of 16 were tried in a copy of the loop (13 ns instead of 18):
-// rejected, since a short-lived or killed process would leave holes in the ring, and records of several threads would
-// be out of order.
+// Writing takes no lock and no system call: stamp, next sequence number, one cache line. Numbers handed out to a thread
+// in blocks of 16 were tried in a copy of the loop (13 ns instead of 18): rejected, since a short-lived or killed
+// process would leave holes in the ring, and records of several threads would be out of order.
 //
 // Nothing that a writer touches ever disappears under it: a freed buffer's addresses stay reserved and get
 // empty pages, so a thread that still writes while another one frees hits nothing and harms nobody.
@@ -12,14 +11,13 @@
 
 #include "clock.h"
 #include "file_name.h"
+#include "new_ring.h"
 #include "ring.h"
 #include "storage.h"
-#include "ticks.h"
 #include "trace_kbuf_reader.h"
 
-#include <bit>
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
+#include <cstring>
 #include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -31,20 +29,27 @@ namespace trace_kbuf {
 namespace {
 
 constexpr uint32_t kBuffers = 16;
-constexpr uint32_t kSizes = 18; // powers of two of slots, from kMinSize to kMaxSize
-static_assert(kMinSize / sizeof(Slot) == 2 && kMaxSize / sizeof(Slot) == 1 << kSizes);
 
-struct alignas(64) Buffer {
-    // generation * kBuffers + index while open, 0 while not: a descriptor of an earlier buffer never fits again
-    std::atomic<uint32_t> descriptor;
-    std::atomic<uint32_t> period; // the last period of ticks in which the clock was looked at
-    // The ring's address, a whole page's, plus its size as a power of two of slots: both are known by one load,
-    // whatever becomes of the buffer meanwhile.
-    std::atomic<char *> ring;
+// A descriptor is generation * kBuffers + index, so that one of an earlier buffer never fits again. While nothing is
+// open at an index, its front has a descriptor of another index, which none that is asked for there can equal.
+constexpr uint32_t closed(uint32_t index) {
+    return index ^ 1;
+}
 
+constinit std::array<Front, 2> unused_fronts{{{closed(0), 0, {}}, {closed(1), 0, {}}}};
+
+// Where the buffer of an index is, or was last.
+constinit std::array<Front *, kBuffers> fronts = [] {
+    std::array<Front *, kBuffers> all{};
+    all.fill(&unused_fronts[1]);
+    all[0] = &unused_fronts[0];
+    return all;
+}();
+
+struct Buffer {
     uint32_t generation;
     std::array<char, kMaxName + 1> name;
-    std::array<void *, kSizes + 1> places; // addresses reserved so far, by size
+    Places places;
 };
 
 constinit std::array<Buffer, kBuffers> buffers{};
@@ -58,15 +63,27 @@ public:
     Locked &operator=(const Locked &) = delete;
 };
 
-// The initial-exec model keeps this one load, without a call to the loader.
-[[gnu::tls_model("initial-exec")]] constinit thread_local uint32_t thread_id = 0;
-
-[[gnu::noinline, gnu::cold]] uint32_t ask_thread_id() {
-    return thread_id = static_cast<uint32_t>(syscall(SYS_gettid));
+// All else that is read of a buffer is reached through this pointer, which orders it.
+[[gnu::always_inline]] inline Front &front_at(uint32_t index) {
+    return *std::atomic_ref<Front *>(fronts[index]).load(std::memory_order_relaxed);
 }
 
+[[gnu::always_inline]] inline bool is_open(const Front &front, uint32_t descriptor) {
+    return front.descriptor.load(std::memory_order_relaxed) == descriptor;
+}
+
+bool is_in_use(const Front &front, uint32_t index) {
+    return front.descriptor.load(std::memory_order_relaxed) % kBuffers == index;
+}
+
+// The initial-exec model keeps this one load, without a call to the loader. 0 until the thread has asked.
+[[gnu::tls_model("initial-exec")]] constinit thread_local uint32_t thread_id = 0;
+
 uint32_t writer() {
-    return thread_id != 0 ? thread_id : ask_thread_id();
+    if (thread_id == 0) {
+        thread_id = static_cast<uint32_t>(syscall(SYS_gettid));
+    }
+    return thread_id;
 }
 
 // A child has a thread of another id, and must not inherit a lock whose holder it has not.
@@ -81,115 +98,84 @@ void watch_forks() {
     }
 }
 
-uint32_t bits_of(const char *ring) {
-    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(ring) % kHeaderBytes);
+void look_at_clock(Front &front) {
+    check_clock(header_of(front), writer());
+    front.last_look.set(read_tick_words(), ticks_per_second());
 }
 
-uint32_t slots_of(const char *ring) {
-    return uint32_t{1} << bits_of(ring);
-}
-
-Header &header_of(char *ring) {
-    return *reinterpret_cast<Header *>(ring - bits_of(ring));
-}
-
-Slot *records_of(char *ring) {
-    return reinterpret_cast<Slot *>(ring - bits_of(ring) + kHeaderBytes);
-}
-
-size_t bytes_of(const char *ring) {
-    return kHeaderBytes + slots_of(ring) * sizeof(Slot);
-}
-
-[[gnu::noinline, gnu::cold]] void new_period(Buffer &buffer, char *ring, uint32_t period) {
-    buffer.period.store(period, std::memory_order_relaxed);
-    check_clock(header_of(ring), writer());
-}
-
+// Writes a record, unless the thread's id is unknown or the clock has to be looked at: then it is `prepare` that does,
+// and comes back. So a record calls nothing, and keeps what it needs in the registers that a function may spoil.
+template <uint32_t Values, class Prepare>
 [[gnu::always_inline]] inline int write(uint32_t descriptor, uint32_t header, uint32_t identifier,
-                                        std::array<uint32_t, kValues> values) {
-    Buffer &buffer = buffers[descriptor % kBuffers];
-    if (descriptor == 0 || buffer.descriptor.load(std::memory_order_acquire) != descriptor) {
+                                        const std::array<uint32_t, kValues> &values, Prepare prepare) {
+    Front &front = front_at(descriptor % kBuffers);
+    if (!is_open(front, descriptor)) [[unlikely]] {
         return -1;
     }
-    char *const ring = buffer.ring.load(std::memory_order_relaxed);
-    const uint64_t ticks = read_ticks();
-    if (const auto period = static_cast<uint32_t>(ticks >> kPeriodBits);
-        period != buffer.period.load(std::memory_order_relaxed)) [[unlikely]] {
-        new_period(buffer, ring, period);
+    const uint32_t thread = thread_id;
+    const Ticks ticks = read_tick_words();
+    if (thread == 0 || front.last_look.is_long_ago(ticks)) [[unlikely]] {
+        return prepare();
     }
-    Header &heads = header_of(ring);
+    Header &heads = header_of(front);
     const uint32_t sequence = heads.head.fetch_add(1, std::memory_order_relaxed);
     if (sequence == UINT32_MAX) [[unlikely]] {
         heads.turns.fetch_add(1, std::memory_order_relaxed);
     }
-    write_slot(records_of(ring)[sequence & (slots_of(ring) - 1)], sequence,
-               {0, 0, static_cast<uint32_t>(ticks >> 32), static_cast<uint32_t>(ticks), writer(), identifier, header,
-                values[0], values[1], values[2], values[3], values[4], values[5], values[6], values[7], values[8]});
+    write_slot<Values>(slot_of(front, sequence), sequence,
+                       {0, 0, ticks.high, ticks.low, thread, identifier, header, values[0], values[1], values[2],
+                        values[3], values[4], values[5], values[6], values[7], values[8]});
     return 0;
 }
 
-Buffer *find(const char *name) {
-    for (Buffer &buffer : buffers) {
-        if (buffer.descriptor.load(std::memory_order_relaxed) != 0 && std::strcmp(buffer.name.data(), name) == 0) {
-            return &buffer;
+[[gnu::noinline, gnu::cold]] int prepared_ints5(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0,
+                                                uint32_t v1, uint32_t v2, uint32_t v3, uint32_t v4) {
+    look_at_clock(front_at(descriptor % kBuffers));
+    return trace_kbuf_write_ints5(descriptor, header, identifier, v0, v1, v2, v3, v4);
+}
+
+[[gnu::noinline, gnu::cold]] int prepared_ints9(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0,
+                                                uint32_t v1, uint32_t v2, uint32_t v3, uint32_t v4, uint32_t v5,
+                                                uint32_t v6, uint32_t v7, uint32_t v8) {
+    look_at_clock(front_at(descriptor % kBuffers));
+    return trace_kbuf_write_ints9(descriptor, header, identifier, v0, v1, v2, v3, v4, v5, v6, v7, v8);
+}
+
+// The front of the buffer, with the lock held; nullptr when no buffer has the name.
+Front *find(const char *name) {
+    for (uint32_t index = 0; index < kBuffers; ++index) {
+        Front &front = front_at(index);
+        if (is_in_use(front, index) && std::strcmp(buffers[index].name.data(), name) == 0) {
+            return &front;
         }
     }
     return nullptr;
 }
 
-void complain_once(const char *name, const char *directory, const char *problem) {
-    static constinit bool done = false;
-    if (!done) {
-        done = true;
-        (void)std::fprintf(stderr, "trace_kbuf: cannot keep buffer \"%s\" in %s/%s: %s; recording in memory instead\n",
-                           name, directory, file_name(name).data(), problem);
+uint32_t open_at(uint32_t index, const char *name, uint32_t size) {
+    Buffer &buffer = buffers[index];
+    Front *const front = new_ring(buffer.places, name, size);
+    if (front == nullptr) {
+        return 0;
     }
+    buffer.name = {};
+    std::memcpy(buffer.name.data(), name, std::strlen(name));
+    look_at_clock(*front);
+    buffer.generation = (buffer.generation + 1) % (UINT32_MAX / kBuffers);
+    const uint32_t descriptor = (buffer.generation + 1) * kBuffers + index;
+    front->descriptor.store(descriptor, std::memory_order_release);
+    std::atomic_ref<Front *>(fronts[index]).store(front, std::memory_order_release);
+    return descriptor;
 }
 
-// Maps and describes a ring at `place`.
-bool make_ring(void *place, const char *name, uint32_t size) {
-    const char *directory = secure_getenv("TRACE_KBUF_DIR");
-    if (directory != nullptr && directory[0] != '\0') {
-        const char *problem = map_file(place, directory, name, size);
-        if (problem == nullptr) {
-            return true;
-        }
-        complain_once(name, directory, problem);
+uint32_t open_buffer(const char *name, uint32_t size) {
+    if (const Front *front = find(name)) {
+        return front->descriptor.load(std::memory_order_relaxed);
     }
-    if (!map_memory(place, image_bytes(size))) {
-        return false;
-    }
-    describe(*static_cast<Header *>(place), name, size);
-    return true;
-}
-
-uint32_t open_buffer(const char *name, uint32_t wanted) {
-    if (const Buffer *open = find(name)) {
-        return open->descriptor.load(std::memory_order_relaxed);
-    }
-    const uint32_t size = std::bit_ceil(wanted < kMinSize ? kMinSize : wanted);
-    const auto bits = static_cast<uint32_t>(std::countr_zero(size / static_cast<uint32_t>(sizeof(Slot))));
     for (uint32_t index = 0; index < kBuffers; ++index) {
-        Buffer &buffer = buffers[index];
-        if (buffer.descriptor.load(std::memory_order_relaxed) != 0) {
-            continue;
+        if (!is_in_use(front_at(index), index)) {
+            return open_at(index, name, size);
         }
-        void *&place = buffer.places[bits];
-        if (place == nullptr) {
-            place = reserve(image_bytes(size));
-        }
-        if (place == nullptr || !make_ring(place, name, size)) {
-            return 0;
-        }
-        buffer.name = {};
-        std::memcpy(buffer.name.data(), name, std::strlen(name));
-        buffer.ring.store(static_cast<char *>(place) + bits, std::memory_order_relaxed);
-        new_period(buffer, buffer.ring, static_cast<uint32_t>(read_ticks() >> kPeriodBits));
-        buffer.generation = (buffer.generation + 1) % (UINT32_MAX / kBuffers);
-        const uint32_t descriptor = (buffer.generation + 1) * kBuffers + index;
-        buffer.descriptor.store(descriptor, std::memory_order_release);
-        return descriptor;
     }
     return 0;
 }
@@ -216,18 +202,21 @@ EXPORTED int trace_kbuf_init_buffer(uint32_t *descriptor, const char *name, uint
 
 EXPORTED int trace_kbuf_write_ints5(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
                                     uint32_t v2, uint32_t v3, uint32_t v4) {
-    return write(descriptor, header, identifier, {v0, v1, v2, v3, v4, 0, 0, 0, 0});
+    return write<kFewValues>(descriptor, header, identifier, {v0, v1, v2, v3, v4},
+                             [&] { return prepared_ints5(descriptor, header, identifier, v0, v1, v2, v3, v4); });
 }
 
 EXPORTED int trace_kbuf_write_ints9(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
                                     uint32_t v2, uint32_t v3, uint32_t v4, uint32_t v5, uint32_t v6, uint32_t v7,
                                     uint32_t v8) {
-    return write(descriptor, header, identifier, {v0, v1, v2, v3, v4, v5, v6, v7, v8});
+    return write<kValues>(descriptor, header, identifier, {v0, v1, v2, v3, v4, v5, v6, v7, v8}, [&] {
+        return prepared_ints9(descriptor, header, identifier, v0, v1, v2, v3, v4, v5, v6, v7, v8);
+    });
 }
 
 EXPORTED int trace_kbuf_write_all(uint32_t descriptor, uint32_t identifier, const char * /*text*/, uint32_t line,
                                   uint32_t /*zero*/) {
-    return write(descriptor, line & 0xffff, identifier, {});
+    return trace_kbuf_write_ints5(descriptor, line & 0xffff, identifier, 0, 0, 0, 0, 0);
 }
 
 EXPORTED int trace_kbuf_free(uint32_t *descriptor) {
@@ -237,26 +226,26 @@ EXPORTED int trace_kbuf_free(uint32_t *descriptor) {
     const uint32_t freed = *descriptor;
     *descriptor = 0;
     const Locked locked;
-    Buffer &buffer = buffers[freed % kBuffers];
-    if (freed == 0 || buffer.descriptor.load(std::memory_order_relaxed) != freed) {
+    const uint32_t index = freed % kBuffers;
+    Front &front = front_at(index);
+    if (!is_open(front, freed)) {
         return -1;
     }
-    buffer.descriptor.store(0, std::memory_order_release);
-    char *const ring = buffer.ring.load(std::memory_order_relaxed);
-    check_clock(header_of(ring), writer());
-    map_memory(&header_of(ring), bytes_of(ring));
+    front.descriptor.store(closed(index), std::memory_order_release);
+    check_clock(header_of(front), writer());
+    map_memory(front);
     return 0;
 }
 
 EXPORTED size_t trace_kbuf_copy(const char *name, void *bytes, size_t room) {
     const Locked locked;
-    Buffer *buffer = is_valid_name(name) ? find(name) : nullptr;
-    if (buffer == nullptr) {
+    Front *const front = is_valid_name(name) ? find(name) : nullptr;
+    if (front == nullptr) {
         return 0;
     }
-    char *const ring = buffer->ring.load(std::memory_order_relaxed);
-    Header &header = header_of(ring);
-    const size_t size = bytes_of(ring);
+    Header &header = header_of(*front);
+    const uint32_t slots = size_of(*front) / static_cast<uint32_t>(sizeof(Slot));
+    const size_t size = image_bytes(size_of(*front));
     if (size > room) {
         return size;
     }
@@ -264,8 +253,8 @@ EXPORTED size_t trace_kbuf_copy(const char *name, void *bytes, size_t room) {
     // The heads last: a record may then be counted and not be there, but never the other way round.
     auto *out = static_cast<unsigned char *>(bytes);
     SlotWords words;
-    for (uint32_t i = 0; i < slots_of(ring); ++i) {
-        copy_slot(records_of(ring)[i], words);
+    for (uint32_t i = 0; i < slots; ++i) {
+        copy_slot(slot_of(*front, i), words);
         std::memcpy(out + kHeaderBytes + i * sizeof(Slot), words.data(), sizeof(Slot));
     }
     for (uint32_t i = 0; i < kAnchors; ++i) {

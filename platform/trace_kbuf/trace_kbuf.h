@@ -20,19 +20,21 @@ extern "C" {
  * up to a power of two) and stores its descriptor in `*descriptor`. A record takes 64 bytes; a full buffer
  * loses its oldest records. Opening an open name again gives the same buffer, whatever the size.
  *
- * The buffer lies in memory of the process and of those it forks, or, where the environment variable
+ * The buffer is in memory of the process and of those it forks, or, where the environment variable
  * TRACE_KBUF_DIR names a folder, in a file of that folder (see trace_kbuf_file_path in
- * trace_kbuf_reader.h), which other processes may open too and which lasts. When there is no
- * using the file, the first such case is told on stderr and memory serves.
+ * trace_kbuf_reader.h), which other processes may open too and which lasts. In TRACE_KBUF_DIR %e means
+ * the program and %p the process, as in core(5). A file has room for at least 1 MiB of records. TRACE_KBUF_SIZE
+ * says otherwise, for files and memory (128 to 16777216 bytes, such as 4194304, 4096K or 4M). When the file cannot be
+ * used, the first such case is reported on stderr and memory serves.
  * Returns 0; -1 when no buffer could be made, and then `*descriptor` is 0. Up to 16 buffers are open at once.
  */
 int trace_kbuf_init_buffer(uint32_t *descriptor, const char *name, uint32_t size);
 
-/** Writes a record of up to five values; the header tells how many count. Returns 0, or -1 when nothing was written. */
+/** Writes a record of up to five values; the header says how many count. Returns 0, or -1 when nothing was written. */
 int trace_kbuf_write_ints5(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
                            uint32_t v2, uint32_t v3, uint32_t v4);
 
-/** Writes a record of up to nine values; the header tells how many count. Returns 0, or -1 when nothing was written. */
+/** Writes a record of up to nine values; the header says how many count. Returns 0, or -1 when nothing was written. */
 int trace_kbuf_write_ints9(uint32_t descriptor, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1,
                            uint32_t v2, uint32_t v3, uint32_t v4, uint32_t v5, uint32_t v6, uint32_t v7, uint32_t v8);
 

@@ -4,7 +4,7 @@
  * in this process. Writers are never stopped, and a file of either byte order is read on any
  * machine.
  *
- * Every reading gives a snapshot. Its `status` tells whether it is whole, `problem` says in one
+ * Every reading gives a snapshot. Its `status` says whether it is whole, `problem` says in one
  * sentence what is wrong otherwise, and `records` holds whatever could be read all the same.
  */
 #ifndef TRACE_KBUF_READER_H
@@ -48,7 +48,7 @@ struct trace_kbuf_snapshot {
     char problem[256]; /**< empty when whole, else one sentence that names the file; no line end */
 
     /* What the file says of itself; zero and empty as far as it is not readable. */
-    uint32_t version;
+    uint32_t version;    /**< 1 or 2 */
     uint32_t byte_order; /**< enum trace_kbuf_byte_order of the writer */
     uint32_t word_bits;  /**< 32 or 64: the writer's pointers */
     char name[64];       /**< of the buffer */
@@ -80,7 +80,7 @@ struct trace_kbuf_snapshot *trace_kbuf_snapshot_live(const char *name);
 void trace_kbuf_snapshot_free(struct trace_kbuf_snapshot *snapshot);
 
 /**
- * Stores in `path` where a process with TRACE_KBUF_DIR=`directory` keeps the buffer `name`. Characters
+ * Stores in `path` where a process with TRACE_KBUF_DIR=`directory` (without %) keeps the buffer `name`. Characters
  * other than letters, digits, '_', '-' and inner '.' become %XX in the file name.
  * Returns the length of the path as snprintf does, or -1 for a name that no buffer can have.
  */

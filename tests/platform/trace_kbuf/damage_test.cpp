@@ -4,6 +4,9 @@
 #include "trace_files.h"
 
 #include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
 
 using namespace trace_files;
 using namespace trace_kbuf;
@@ -58,6 +61,27 @@ TEST_F(Damage, SomethingElseIsNotATrace) {
     }
 }
 
+TEST_F(Damage, APipeWithoutAWriterIsEmpty) {
+    ASSERT_EQ(mkfifo(path("pipe.kbuf").c_str(), 0600), 0);
+    EXPECT_EQ(of_file(path("pipe.kbuf"))->status, TRACE_KBUF_EMPTY);
+}
+
+TEST_F(Damage, APipeIsReadAsItComes) {
+    const std::string file = file_with(40);
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    const int end = ::open(path("pipe").c_str(), O_RDWR);
+    std::thread writer([&] {
+        const Bytes bytes = read_bytes(file);
+        for (size_t at = 0; at < bytes.size(); at += 512) {
+            usleep(1000);
+            EXPECT_EQ(write(end, &bytes[at], 512), 512);
+        }
+        close(end);
+    });
+    EXPECT_EQ(of_file(path("pipe"))->record_count, 40u);
+    writer.join();
+}
+
 TEST_F(Damage, AnEndlessFileIsNotReadForEver) {
     EXPECT_EQ(of_file("/dev/zero")->status, TRACE_KBUF_NOT_A_TRACE);
 }
@@ -67,7 +91,7 @@ TEST_F(Damage, AnotherVersionIsNamed) {
     set_word(bytes, offsetof(Description, version), 7);
     const Snapshot snapshot = of_bytes(bytes);
     EXPECT_EQ(snapshot->status, TRACE_KBUF_UNKNOWN_VERSION);
-    EXPECT_STREQ(snapshot->problem, "bytes: a trace file of version 7, only version 1 can be read");
+    EXPECT_STREQ(snapshot->problem, "bytes: a trace file of version 7, only versions 1 and 2 can be read");
     EXPECT_EQ(snapshot->version, 7u);
     EXPECT_EQ(snapshot->record_count, 0u);
 }
@@ -75,7 +99,7 @@ TEST_F(Damage, AnotherVersionIsNamed) {
 TEST_F(Damage, WhatIsLeftOfAFileCutShortIsRead) {
     const Bytes whole = image_with(40);
     for (size_t length = 1; length < whole.size(); length += length < 200 ? 1 : 61) {
-        const Snapshot snapshot = of_bytes(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+        const Snapshot snapshot = of_bytes(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length)));
         ASSERT_EQ(snapshot->status, TRACE_KBUF_CUT_SHORT) << length;
         const size_t slots = length < kHeaderBytes ? 0 : (length - kHeaderBytes) / sizeof(Slot);
         expect_records(snapshot, numbers(0, static_cast<uint32_t>(std::min<size_t>(slots, 40))));
@@ -105,7 +129,7 @@ TEST_F(Damage, ATornRecordIsNeverShown) {
     }
 }
 
-// The writer of record 104 took its number and was stopped before, amid, or after most of its words.
+// The writer of record 104 took its number and was stopped before, between, or after most of its words.
 TEST_F(Damage, AWriterStoppedInMidRecordSpoilsOnlyItsOwn) {
     const Bytes before = image_with(104); // slot 40 holds record 40
     uint32_t descriptor = open("FILE");
@@ -173,7 +197,7 @@ TEST_F(Damage, AWriterStoppedForAWholeTurnLeavesNoMixture) {
 
 TEST_F(Damage, RecordsAroundADamageAreRead) {
     Bytes bytes = image_with(60);
-    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(slot_at(20)) + 30, 1000, static_cast<unsigned char>(0xa5));
+    std::fill_n(bytes.begin() + static_cast<ptrdiff_t>(slot_at(20)) + 30, 1000, static_cast<unsigned char>(0xa5));
     const Snapshot snapshot = of_bytes(bytes);
     std::vector<uint32_t> left = numbers(0, 20);
     for (uint32_t i = 37; i < 60; ++i) {
@@ -267,7 +291,7 @@ TEST_F(Damage, EitherByteOrderIsRead) {
     EXPECT_NE(snapshot->byte_order, expected->byte_order);
     EXPECT_STREQ(snapshot->name, "FILE");
     EXPECT_STREQ(snapshot->writer, expected->writer);
-    EXPECT_EQ(snapshot->version, 1u);
+    EXPECT_EQ(snapshot->version, 2u);
     EXPECT_EQ(snapshot->word_bits, expected->word_bits);
     EXPECT_EQ(snapshot->size, 4096u);
     EXPECT_EQ(snapshot->written, 80u);

@@ -2,7 +2,7 @@
 // Writers killed at any moment: what they finished is there, whole and in order, and nothing else is.
 //
 // TRACE_KBUF_TEST_KILLS says how many are killed, TRACE_KBUF_TEST_SEED when.
-#include "judge.h"
+#include "checker.h"
 #include "settings.h"
 #include "trace_files.h"
 
@@ -16,8 +16,8 @@
 #include <thread>
 
 using namespace trace_files;
+using stamped::Checker;
 using stamped::Finished;
-using stamped::Judge;
 
 namespace {
 
@@ -35,7 +35,7 @@ void wait_us(uint32_t microseconds) {
 uint32_t open_in_child(uint32_t size) {
     prctl(PR_SET_PDEATHSIG, SIGKILL); // should the test itself be stopped
     uint32_t descriptor = 0;
-    return trace_kbuf_init_buffer(&descriptor, kName, size) == 0 ? descriptor : 0;
+    return init_sized(&descriptor, kName, size) == 0 ? descriptor : 0;
 }
 
 // Starts a process that writes as `writer` without end.
@@ -106,11 +106,11 @@ protected:
 TEST_F(Killed, AtRandomMoments) {
     constexpr uint32_t writers_a_file = 8;
     uint32_t killed = 0;
-    uint32_t amid_a_record = 0;
+    uint32_t inside_a_record = 0;
     while (killed < kills()) {
         const uint32_t size = random(2) == 0 ? 1024 : 32768;
         const Finished finished(writers_a_file);
-        Judge judge(finished);
+        Checker checker(finished);
         for (uint32_t writer = 0; writer < writers_a_file; ++writer) {
             const pid_t pid = start_writer(finished, writer, size);
             if (random(4) != 0) {
@@ -123,20 +123,20 @@ TEST_F(Killed, AtRandomMoments) {
             if (snapshot->status != TRACE_KBUF_WHOLE && finished[writer] == 0 && snapshot->record_count == 0) {
                 continue; // killed while it made the file
             }
-            judge.killed(writer, snapshot->written);
-            ASSERT_EQ(judge.completeness(*snapshot), "") << "kill " << killed << ", seed " << seed_;
+            checker.killed(writer, snapshot->written);
+            ASSERT_EQ(checker.completeness(*snapshot), "") << "kill " << killed << ", seed " << seed_;
             if (snapshot->record_count != 0) {
-                amid_a_record += snapshot->records[snapshot->record_count - 1].sequence + 1 != snapshot->written;
+                inside_a_record += snapshot->records[snapshot->record_count - 1].sequence + 1 != snapshot->written;
             }
         }
         ASSERT_EQ(of_file(file())->status, TRACE_KBUF_WHOLE);
         std::filesystem::remove(file());
     }
-    std::cout << killed << " lone writers killed, " << amid_a_record << " of them amid a record" << std::endl;
+    std::cout << killed << " single writers killed, " << inside_a_record << " of them inside a record" << std::endl;
 }
 
 // A stopped writer's file is what a killed one's would be: looked at after each single instruction, over a few turns
-// of the ring, and judged again when that changed anything. The commit word keeps its word besides, whatever the
+// of the ring, and checked again when that changed anything. The commit word also keeps its word, whatever the
 // checksum says.
 TEST_F(Killed, AtAnyInstruction) {
     constexpr uint32_t slots = 4;
@@ -161,36 +161,36 @@ TEST_F(Killed, AtAnyInstruction) {
         GTEST_SKIP() << "no single steps here";
     }
     ASSERT_TRUE(WIFSTOPPED(status));
-    Judge judge(finished);
-    judge.killed(0, UINT64_MAX);
+    Checker checker(finished);
+    checker.killed(0, UINT64_MAX);
 
     const int opened = ::open(file().c_str(), O_RDONLY | O_CLOEXEC);
     constexpr size_t bytes = trace_kbuf::kHeaderBytes + slots * sizeof(trace_kbuf::Slot);
     const void *image = mmap(nullptr, bytes, PROT_READ, MAP_SHARED, opened, 0);
     close(opened);
     ASSERT_NE(image, MAP_FAILED);
-    Bytes judged(bytes);
+    Bytes checked(bytes);
     uint32_t finished_then = 0;
     bool in_the_making = false;
     uint32_t steps = 0;
-    uint32_t amid_a_record = 0;
+    uint32_t inside_a_record = 0;
     while (WIFSTOPPED(status) && !HasFailure()) {
-        if (std::memcmp(judged.data(), image, bytes) != 0 || finished_then != finished[0]) {
-            std::memcpy(judged.data(), image, bytes);
+        if (std::memcmp(checked.data(), image, bytes) != 0 || finished_then != finished[0]) {
+            std::memcpy(checked.data(), image, bytes);
             finished_then = finished[0];
-            const Snapshot snapshot = of_bytes(judged);
-            EXPECT_EQ(judge.completeness(*snapshot), "") << "after instruction " << steps;
+            const Snapshot snapshot = of_bytes(checked);
+            EXPECT_EQ(checker.completeness(*snapshot), "") << "after instruction " << steps;
             in_the_making = snapshot->incomplete != 0;
             for (uint32_t index = 0; index < slots; ++index) {
                 trace_kbuf::SlotWords words;
-                std::memcpy(words.data(), &judged[slot_at(index)], sizeof words);
+                std::memcpy(words.data(), &checked[slot_at(index)], sizeof words);
                 const auto *values = &words[trace_kbuf::kFirstValue];
                 const stamped::Values expected = stamped::values_of(values[0], values[1]);
                 const bool whole = std::equal(expected.begin(), expected.end(), values);
                 EXPECT_TRUE(whole || words[trace_kbuf::kCommit] % slots != index) << "after instruction " << steps;
             }
         }
-        amid_a_record += in_the_making;
+        inside_a_record += in_the_making;
         ++steps;
         ASSERT_EQ(ptrace(PTRACE_SINGLESTEP, pid, nullptr, nullptr), 0);
         ASSERT_EQ(waitpid(pid, &status, 0), pid);
@@ -198,8 +198,8 @@ TEST_F(Killed, AtAnyInstruction) {
     munmap(const_cast<void *>(image), bytes);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     EXPECT_EQ(finished[0], 3 * slots);
-    EXPECT_GT(amid_a_record, 2 * slots * 16) << "a record has so many words";
-    std::cout << steps << " instructions, a record was in the making after " << amid_a_record << std::endl;
+    EXPECT_GT(inside_a_record, 2 * slots * 16) << "a record has so many words";
+    std::cout << steps << " instructions, a record was in the making after " << inside_a_record << std::endl;
 }
 
 // Two processes with four threads each write into one buffer, full already, and are killed one after the other.
@@ -213,7 +213,7 @@ TEST_F(Killed, ManyWritersOfOneBuffer) {
         ASSERT_EQ(finished.write_next(descriptor, writers), 0);
     }
     trace_kbuf_free(&descriptor);
-    Judge judge(finished);
+    Checker checker(finished);
     for (uint32_t first = 0; first < writers; first += 2 * kThreads) {
         const pid_t pids[] = {start_threads(finished, first, size, 200),
                               start_threads(finished, first + kThreads, size, 200)};
@@ -224,9 +224,9 @@ TEST_F(Killed, ManyWritersOfOneBuffer) {
             const Snapshot snapshot = of_file(file());
             ASSERT_EQ(snapshot->status, TRACE_KBUF_WHOLE) << snapshot->problem;
             for (uint32_t thread = 0; thread < kThreads; ++thread) {
-                judge.killed(first + process * kThreads + thread, snapshot->written);
+                checker.killed(first + process * kThreads + thread, snapshot->written);
             }
-            ASSERT_EQ(process == 0 ? judge.order(*snapshot) : judge.completeness(*snapshot), "")
+            ASSERT_EQ(process == 0 ? checker.order(*snapshot) : checker.completeness(*snapshot), "")
                 << "writer " << first << ", seed " << seed_;
         }
     }
@@ -238,7 +238,7 @@ TEST_F(Killed, ManyWritersOfOneBuffer) {
 TEST_F(Killed, ManyWritersInATinyRing) {
     const uint32_t rounds = (kills() + 7) / 8;
     const Finished finished(rounds * 2 * kThreads);
-    const Judge judge(finished);
+    const Checker checker(finished);
     for (uint32_t round = 0; round < rounds; ++round) {
         const uint32_t first = round * 2 * kThreads;
         const pid_t pids[] = {start_threads(finished, first, 1024, 0),
@@ -249,7 +249,7 @@ TEST_F(Killed, ManyWritersInATinyRing) {
             kill_and_wait(pid);
             const Snapshot snapshot = of_file(file());
             ASSERT_EQ(snapshot->status, TRACE_KBUF_WHOLE) << snapshot->problem;
-            ASSERT_EQ(judge.order(*snapshot), "") << "round " << round << ", seed " << seed_;
+            ASSERT_EQ(checker.order(*snapshot), "") << "round " << round << ", seed " << seed_;
         }
     }
     std::cout << rounds * 2 << " processes of four threads killed in a tiny ring" << std::endl;

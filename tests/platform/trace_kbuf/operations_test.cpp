@@ -75,7 +75,7 @@ TEST_F(Operations, ALineIsNeverTakenForACount) {
 TEST_F(Operations, DescribeTheBuffer) {
     uint32_t descriptor = open("the name", 32768);
     const Snapshot snapshot = live("the name");
-    EXPECT_EQ(snapshot->version, 1u);
+    EXPECT_EQ(snapshot->version, 2u);
     EXPECT_EQ(snapshot->byte_order,
               std::endian::native == std::endian::big ? TRACE_KBUF_BIG_ENDIAN : TRACE_KBUF_LITTLE_ENDIAN);
     EXPECT_EQ(snapshot->word_bits, sizeof(void *) * 8);
@@ -112,7 +112,8 @@ TEST_F(Operations, ASizeThatIsNoPowerOfTwoIsRoundedUp) {
         uint32_t asked, given;
     } sizes[] = {{1, 128}, {128, 128}, {129, 256}, {32768, 32768}, {40000, 65536}, {1 << 24, 1 << 24}};
     for (const auto &size : sizes) {
-        uint32_t descriptor = open("SIZE", size.asked);
+        uint32_t descriptor = 0;
+        ASSERT_EQ(trace_kbuf_init_buffer(&descriptor, "SIZE", size.asked), 0);
         EXPECT_EQ(live("SIZE")->size, size.given);
         for (uint32_t i = 0; i < 300; ++i) {
             write_numbered(descriptor, i);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading a ring that turns all the time never shows a record that nobody wrote, or a writer's in wrong order.
-// Built a second time with the thread sanitizer, which tells whether writers and readers meet in atomic words only.
+// Built a second time with the thread sanitizer, which shows whether writers and readers meet in atomic words only.
 //
 // TRACE_KBUF_TEST_MS says how long each test reads.
-#include "judge.h"
+#include "checker.h"
 #include "settings.h"
 #include "trace_files.h"
 
@@ -13,8 +13,8 @@
 #include <thread>
 
 using namespace trace_files;
+using stamped::Checker;
 using stamped::Finished;
-using stamped::Judge;
 
 namespace {
 
@@ -26,7 +26,7 @@ class Reading : public TraceTest {
 protected:
     // Lets threads write and others read until the time is over; `read` takes a snapshot.
     void read_while_writing(const std::function<Snapshot()> &read) {
-        const Judge judge(finished_);
+        const Checker checker(finished_);
         const auto end =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(setting("TRACE_KBUF_TEST_MS", 300));
         std::atomic<bool> stop = false;
@@ -45,7 +45,7 @@ protected:
                 for (size_t seen = 0; !stop; seen = shown) {
                     const Snapshot snapshot = read();
                     const std::string problem =
-                        snapshot->status == TRACE_KBUF_WHOLE ? judge.order(*snapshot) : snapshot->problem;
+                        snapshot->status == TRACE_KBUF_WHOLE ? checker.order(*snapshot) : snapshot->problem;
                     EXPECT_EQ(problem, "");
                     shown += snapshot->record_count;
                     refused += static_cast<size_t>(snapshot->incomplete);

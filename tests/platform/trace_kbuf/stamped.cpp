@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// A writer to be killed and a judge of what it left, for scripts that bring the two onto different machines:
+// A writer to be killed and a checker of what it left, for scripts that bring the two onto different machines:
 //     trace_kbuf_stamped write COUNT-FILE     writes without end into STAMPED of TRACE_KBUF_DIR; the file's first
 //                                             word counts what it finished, in this machine's byte order
 //     trace_kbuf_stamped check TRACE COUNT    whether such a writer's file shows what it has to
-#include "judge.h"
+#include "checker.h"
+#include "sized_buffer.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,8 +17,7 @@ namespace {
 int write_without_end(const char *count_file) {
     const int file = open(count_file, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     uint32_t descriptor = 0;
-    if (file < 0 || ftruncate(file, sizeof(uint32_t)) != 0 ||
-        trace_kbuf_init_buffer(&descriptor, "STAMPED", 32768) != 0) {
+    if (file < 0 || ftruncate(file, sizeof(uint32_t)) != 0 || init_sized(&descriptor, "STAMPED", 32768) != 0) {
         std::perror(count_file);
         return 2;
     }
@@ -32,9 +32,9 @@ int check(const char *trace, const char *count) {
     finished[0] = static_cast<uint32_t>(std::strtoul(count, nullptr, 10));
     const std::unique_ptr<trace_kbuf_snapshot, decltype(&trace_kbuf_snapshot_free)> snapshot{
         trace_kbuf_snapshot_file(trace), &trace_kbuf_snapshot_free};
-    stamped::Judge judge(finished);
-    judge.killed(0, snapshot->written);
-    const std::string problem = judge.completeness(*snapshot);
+    stamped::Checker checker(finished);
+    checker.killed(0, snapshot->written);
+    const std::string problem = checker.completeness(*snapshot);
     if (!problem.empty() || finished[0] == 0) {
         (void)std::fprintf(stderr, "%s: %s\n", trace, problem.empty() ? "nothing was written" : problem.c_str());
         return 1;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Records that tell who wrote them and which they are, and writers that count what they finished outside of the ring.
+// Records that name their writer and their number, and writers that count what they finished outside of the ring.
 #pragma once
 
 #include <trace_kbuf.h>

@@ -32,7 +32,7 @@ protected:
                         head,
                         200'100,
                         100'000};
-        write_slot(header_.anchors[sequence % kAnchors], sequence, words);
+        write_slot<kAnchorValues>(header_.anchors[sequence % kAnchors], sequence, words);
     }
 
     void forget() { std::memset(static_cast<void *>(&header_), 0, sizeof header_); }
@@ -117,14 +117,14 @@ TEST_F(TimelineTest, AnAnchorIsAddedOnlyWhenTheOthersAreWrong) {
     check_clock(header_, 7);
     EXPECT_EQ(header_.anchors_head, 1u);
 
-    // The clock was set since: as if the last anchor told a time one second ahead.
+    // The clock was set since: as if the last anchor had a time one second ahead.
     const Anchor last = anchor_of(header_.anchors[0].words);
     forget();
     header_.head = 33;
     anchor(last.ticks, last.clock_ns + kSecond, 0);
     check_clock(header_, 7);
     ASSERT_EQ(header_.anchors_head, 2u);
-    const SlotWords &words = header_.anchors[1].words;
+    SlotWords words = header_.anchors[1].words;
     EXPECT_TRUE(is_record(words, 1, kAnchors));
     EXPECT_EQ(words[kWriter], 7u);
     EXPECT_EQ(anchor_of(words).head, 33u);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "../../support/child.h"
+#include "sized_buffer.h"
 
 #include <format.h>
 #include <trace_kbuf.h>
@@ -113,13 +114,14 @@ inline Child run_child(const std::function<int()> &body) {
     return child;
 }
 
-// A folder of its own for each test, and no TRACE_KBUF_DIR unless the test sets it.
+// A folder of its own for each test, and no settings unless the test makes them.
 class TraceTest : public ::testing::Test {
 protected:
     TraceTest() {
         std::string pattern = (std::filesystem::temp_directory_path() / "trace_kbuf_test.XXXXXX").string();
         folder_ = mkdtemp(pattern.data());
         unsetenv("TRACE_KBUF_DIR");
+        unsetenv("TRACE_KBUF_SIZE");
     }
     ~TraceTest() override {
         unsetenv("TRACE_KBUF_DIR");
@@ -131,7 +133,7 @@ protected:
 
     uint32_t open(const char *name, uint32_t size = 4096) {
         uint32_t descriptor = 0;
-        EXPECT_EQ(trace_kbuf_init_buffer(&descriptor, name, size), 0);
+        EXPECT_EQ(init_sized(&descriptor, name, size), 0);
         EXPECT_NE(descriptor, 0u);
         return descriptor;
     }

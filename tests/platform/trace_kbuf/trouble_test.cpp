@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// Trouble with the disk while a buffer is open in a file of it: the writer never notices.
-//
-// A disk that fills up and one that is taken away need the right to mount, which root has; the others need none.
-#include "judge.h"
+// Trouble with the folder of an open buffer: the writer never notices.
+#include "checker.h"
 #include "trace_files.h"
 
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 
 using namespace trace_files;
+using stamped::Checker;
 using stamped::Finished;
-using stamped::Judge;
 
 namespace {
 
@@ -33,7 +29,7 @@ protected:
             }
         }
         const Snapshot snapshot = read();
-        const std::string problem = Judge(finished_).completeness(*snapshot);
+        const std::string problem = Checker(finished_).completeness(*snapshot);
         return problem.empty() && snapshot->record_count == kSlots ? true : says("misread: " + problem);
     }
 
@@ -42,65 +38,8 @@ protected:
         return false;
     }
 
-    // Runs `body` where `folder_` is a disk of its own, in a view of the file system that ends with the child.
-    void on_a_disk_of_its_own(const std::function<bool()> &body, const std::string &expected_stderr) {
-        constexpr int cannot_mount = 77;
-        const Child child = run_child([&] {
-            if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-                mount("tmpfs", folder_.c_str(), "tmpfs", 0, "size=256k") != 0) {
-                return cannot_mount;
-            }
-            return body() ? 0 : 1;
-        });
-        if (WIFEXITED(child.status) && WEXITSTATUS(child.status) == cannot_mount) {
-            GTEST_SKIP() << "needs the right to mount";
-        }
-        EXPECT_EQ(child.status, 0);
-        EXPECT_EQ(child.stderr_, expected_stderr);
-    }
-
     Finished finished_{1};
 };
-
-// The file's blocks are there before its first record; a store into a hole would end in SIGBUS.
-TEST_F(Trouble, TheDiskFillsUp) {
-    const auto body = [&] {
-        uint32_t descriptor = open(kName, kSize);
-        std::ofstream other(path("other"), std::ios::binary);
-        while (other << std::string(4096, 'x') << std::flush) {
-        }
-        if (std::filesystem::space(folder_).available != 0) {
-            return says("the disk is not full");
-        }
-        if (!can_write(descriptor, [&] { return of_file(file()); })) {
-            return false;
-        }
-        // The next buffer finds no place any more.
-        uint32_t second = open("SECOND", kSize);
-        for (uint32_t i = 0; i < 2 * kSlots; ++i) {
-            write_numbered(second, i);
-        }
-        return live("SECOND")->record_count == kSlots && of_file(path("SECOND.kbuf"))->status == TRACE_KBUF_UNREADABLE
-                   ? true
-                   : says("SECOND is not in memory alone");
-    };
-    on_a_disk_of_its_own(body, "trace_kbuf: cannot keep buffer \"SECOND\" in " + path("SECOND.kbuf") +
-                                   ": No space left on device; recording in memory instead\n");
-}
-
-TEST_F(Trouble, TheDiskIsTakenAway) {
-    const auto body = [&] {
-        uint32_t descriptor = open(kName, kSize);
-        if (!can_write(descriptor, [&] { return of_file(file()); })) {
-            return false;
-        }
-        if (umount2(folder_.c_str(), MNT_DETACH) != 0 || std::filesystem::exists(file())) {
-            return says("the disk is still there");
-        }
-        return can_write(descriptor, [] { return live(kName); });
-    };
-    on_a_disk_of_its_own(body, "");
-}
 
 TEST_F(Trouble, TheFolderVanishes) {
     const Child child = run_child([&] {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Says whether a reader shows what it has to of a buffer full of stamped records.
+// Checks what a reader shows of a buffer full of stamped records.
 #pragma once
 
 #include "stamped_records.h"
@@ -11,10 +11,10 @@
 
 namespace stamped {
 
-// Both judgements are empty when all is well, else one sentence.
-class Judge {
+// Both answers are empty when all is well, else one sentence.
+class Checker {
 public:
-    explicit Judge(const Finished &finished) : finished_(finished) {}
+    explicit Checker(const Finished &finished) : finished_(finished) {}
 
     // `writer` was killed when `written` records had been begun.
     void killed(uint32_t writer, uint64_t written) { limits_[writer] = written; }
@@ -25,7 +25,7 @@ public:
         return order(snapshot, UINT64_MAX, shown);
     }
 
-    // Besides: no finished record that fits the ring is missing. Holds while nobody writes.
+    // In addition, no finished record that fits the ring is missing. Holds while nobody writes.
     std::string completeness(const trace_kbuf_snapshot &snapshot) const {
         if (snapshot.status != TRACE_KBUF_WHOLE) {
             return snapshot.problem;
