@@ -13,7 +13,7 @@
 namespace tools {
 
 // Parses the command line. Returns the exit status when nothing is left to do: help and version have been
-// written, or what is wrong has been told. A bare call gets the help on stderr, as a usage error. Shells get their
+// written, or the mistake has been reported. A bare call gets the help on stderr, as a usage error. Shells get their
 // answers here, too.
 std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, const Suggestions &suggestions,
                                       StandardOutput &out);

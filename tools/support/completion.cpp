@@ -24,7 +24,7 @@ const CLI::App *find_command(const CLI::App &command, const std::string &word) {
     return found != commands.end() ? *found : nullptr;
 }
 
-// A group of options is a command without a name. Options of the commands around one may stand behind it, too.
+// A group of options is a command without a name. The options of the commands around one may follow it, too.
 std::vector<const CLI::Option *> options_for(const CLI::App *command) {
     std::vector<const CLI::Option *> options;
     for (; command != nullptr; command = command->get_parent()) {
@@ -49,14 +49,14 @@ const CLI::Option *option_with_value(const CLI::App *command, const std::string 
     return found != options.end() ? *found : nullptr;
 }
 
-// Where the last word stands.
+// Where the last word is.
 struct Place {
     const CLI::App *command;
     size_t argument = 0;                 // of the command's own
     const CLI::Option *option = nullptr; // the word is its value
 };
 
-Place place_behind(const CLI::App &app, const std::vector<std::string> &words) {
+Place place_after(const CLI::App &app, const std::vector<std::string> &words) {
     Place place{&app};
     for (const std::string &word : words) {
         if (place.option != nullptr) {
@@ -83,7 +83,7 @@ public:
         }
     }
 
-    // Lists are typed element by element: what stands before the last one is kept.
+    // Lists are typed element by element: what comes before the last one is kept.
     void add_values(const CLI::Option &option, const Suggestions &suggestions) {
         const auto found = suggestions.find(option.get_name());
         if (found == suggestions.end()) {
@@ -148,7 +148,7 @@ std::string complete(const CLI::App &app, std::vector<std::string> words, const 
         typed = words.back();
         words.pop_back();
     }
-    const Place place = place_behind(app, words);
+    const Place place = place_after(app, words);
     Offer offer(typed);
     if (place.option != nullptr) {
         offer.add_values(*place.option, suggestions);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a shell offers behind the words that are typed already. The scripts of packaging/completions ask with
+// What a shell offers after the words that are already typed. The scripts of packaging/completions ask with
 // "PROGRAM --complete WORD...", so that they know every command and option without naming one.
 #pragma once
 

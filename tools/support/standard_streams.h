@@ -12,7 +12,7 @@ public:
     // `program` begins the sentence about a failed write.
     explicit StandardOutput(std::string program);
 
-    // When it returns, the text has reached the file, or the failure has been told on stderr. A reader who
+    // When it returns, the text has reached the file, or the failure has been reported on stderr. A reader who
     // went away (`| head`) is no failure; nothing more is written then.
     void write(std::string_view text);
 

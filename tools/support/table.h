@@ -8,7 +8,7 @@
 
 namespace tools {
 
-// What stands where a value could not be read, and where there is none.
+// The marks of a value that could not be read, and of one that does not exist.
 inline constexpr std::string_view kNotRead = "?";
 inline constexpr std::string_view kNothing = "-";
 
