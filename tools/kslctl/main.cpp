@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // kslctl: the switch library's operations from the shell.
-#include "kslctl/command.h"
-#include "kslctl/confirm.h"
-#include "kslctl/own_trace.h"
+#include "kslctl/command_line/numbers.h"
+#include "kslctl/commands/command.h"
+#include "kslctl/hub/own_trace.h"
 #include "ksltrace/render_json.h"
 #include "ksltrace/render_text.h"
 #include "support/command_line.h"
 #include "support/exit_status.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/core.h>
 #include <ksl/ksl.h>
 
@@ -15,49 +16,50 @@ namespace kslctl {
 
 namespace {
 
-constexpr char kDescription[] =
-    "Inspects and configures the 24-port Ethernet switch chips of a hub board through libksl.so.";
+constexpr char kDescription[] = "Inspects and configures the 24-port Ethernet switch chips of a hub board.";
 
 constexpr char kHelp[] =
-    R"("kslctl COMMAND --help" tells more about a command, and what it reads into the bits of the registers. The options
-above may stand before or behind the command.
+    R"("kslctl COMMAND --help" describes a command and how it reads the bits of
+registers. The options above may come before or after the command.
 
 The hub:
-  libksl.so talks to the hub through libhwa.so or libqrthwa.gen1.so, whichever the loader finds first
-  (LD_LIBRARY_PATH, then the system's library folders). --simulate uses the simulated hub that was
-  built or installed beside kslctl instead; "status" then says so.
+  libksl.so talks to the hub through libhwa.so or libqrthwa.gen1.so, whichever
+  the loader finds first (LD_LIBRARY_PATH, then the system's library folders).
+  --simulate instead uses the simulated hub that was built or installed with
+  kslctl; "status" then says so.
 
 Examples:
-  kslctl --simulate status             all about chip 0 of the simulated hub
+  kslctl --simulate status             the state of chip 0 of the simulated hub
   kslctl --chip 0,1 link               the links of two chips
   kslctl --json speed | jq '.chips[0].ports[] | select(.speed == 10).port'
-  kslctl port down 4-7 --dry-run       what would be written to switch four ports off
-  kslctl hub expectation >before.json  save the VLAN settings, to see later what changed:
+  kslctl port down 4-7 --dry-run       the writes that switch four ports off
+  kslctl hub expectation >before.json  save the VLAN settings, compare later:
   kslctl validate pvid --expect before.json
-  kslctl mib --nonzero --watch 5       rates of the counters that move, every five seconds
-  kslctl arl search --mac '*:1a'       the addresses that end so, with their VLANs
+  kslctl mib --nonzero --watch 5       rates of the counters, every five seconds
+  kslctl arl search --mac '*:1a'       addresses with this end, and their VLANs
   kslctl --simulate --trace bist       what the library did, step by step
   HWA_SIM_FAULTS='getreg page=1 offset=0x18 code=17' kslctl --simulate status
 
-Environment (hwa-sim(7) tells all about the simulated hub):
+Environment (hwa-sim(7) describes the simulated hub):
   HWA_SIM_DIR        folder in which the simulated hub keeps its state
   HWA_SIM_SCENARIO   JSON file with the state that it starts from
-  HWA_SIM_FAULTS     accesses that it lets fail
+  HWA_SIM_FAULTS     accesses to it that fail
   HWA_SIM_CLOCK      time that passes with each access to it
   HWA_SIM_LOG        file to which it writes each access
-  TRACE_KBUF_DIR     folder in which the trace is kept, for ksltrace
-  NO_COLOR           if set and not empty: no emphasis on a terminal either
+  TRACE_KBUF_DIR     folder of traces; kslctl keeps its own in kslctl/ below it
+  NO_COLOR           if set and not empty: no emphasis, even on a terminal
 
 Exit status:
   0  done
-  1  done, and the answer is no ("validate" and "trunk check" ask a question, and "reset" asks
-     you one)
+  1  done, and the answer is no: "validate" and "trunk check" answer a question,
+     and "reset", "hub-config" and "mac-filter" ask you one
   2  the command line is wrong
-  3  something could not be done; stderr names it and the code, the rest is shown)";
+  3  something could not be done; stderr names it and the code, and the rest is
+     shown)";
 
-constexpr NumberKind kChips{"chip number", 0, 255}; // the library hands on the low 8 bits of a chip's number
+constexpr NumberKind kChips{"chip number", 0, 255}; // the library passes on the low 8 bits of a chip's number
 
-// Every list is given as one text, also an empty one.
+// Every list is one text, even an empty one.
 std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
     std::vector<uint32_t> chips;
     for (const std::string &list : lists) {
@@ -74,13 +76,13 @@ std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
 void add_options(CLI::App &app, Options &options) {
     app.add_option_function<std::vector<std::string>>(
            "-c,--chip", [&options](const std::vector<std::string> &lists) { options.chips = parse_chips(lists); },
-           "Chip, 0 to 255; several as a list (0,1-3) or by repeating it. Default: 0")
+           "Chips, 0 to 255: numbers and ranges; default: 0")
         ->type_name("N")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app.add_flag("--json", options.json, "One JSON document for programs (docs/kslctl-json.md)");
-    app.add_flag("--raw", options.raw, "Registers as bytes, most significant first, instead of their meaning");
-    app.add_flag("--trace", options.trace, "Show the library's trace of it behind the result");
+    app.add_flag("--json", options.json, "One JSON document (docs/kslctl-json.md)");
+    app.add_flag("--raw", options.raw, "Registers as bytes, most significant first");
+    app.add_flag("--trace", options.trace, "Show the library's trace after the result");
     app.add_flag("--simulate", options.simulate, "Use the simulated hub instead of the real one");
 }
 
@@ -102,14 +104,14 @@ tools::Suggestions suggestions() {
             {"--expect", {tools::kFiles}}};
 }
 
-Json hub_json(const Library &library) {
+Json hub_json(const hub::Library &library) {
     const auto text_or_null = [](const std::optional<std::string> &text) { return text ? Json(*text) : Json(nullptr); };
     return {{"library", text_or_null(library.lower_library())},
             {"simulated", library.simulation().has_value()},
             {"description", text_or_null(library.simulation())}};
 }
 
-void add_trace(const OwnTrace &own, Result &result, Json &document, Report &report) {
+void add_trace(const hub::OwnTrace &own, Result &result, Json &document, Report &report) {
     if (own.snapshot->status == TRACE_KBUF_UNREADABLE) {
         report.fail(fmt::format("--trace: {}; the libtrace_kbuf.so that comes with kslctl can", own.snapshot->problem));
     } else if (own.snapshot->status != TRACE_KBUF_WHOLE) {
@@ -124,20 +126,18 @@ std::string text_of(const Json &document, const Options &options) {
     return document.dump(options.documents_are_lines ? -1 : 2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-// Runs the command and shows what came of it.
+// Runs the command and shows its result.
 int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
-    const uint64_t start = now_ns();
+    const uint64_t start = hub::now_ns();
     Report report;
-    const Library library(options.simulate);
+    const hub::Library library(options.simulate);
     report.set_simulated(library.simulation().has_value());
     if (options.trace) {
         ksl_enable_time();
     }
 
     const auto document_of = [&](const Result &result) {
-        return Json{{"schema", fmt::format("ksl.{}{}/1", commands.name(), options.raw ? ".raw" : "")},
-                    {"hub", hub_json(library)},
-                    {"chips", result.chips}};
+        return Json{{"schema", commands.schema()}, {"hub", hub_json(library)}, {"chips", result.chips}};
     };
     const std::function<bool(const Result &)> show = [&](const Result &result) {
         Json document = document_of(result);
@@ -148,9 +148,9 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
 
     Result result;
     if (library.problem()) {
-        report.fail(*library.problem());
+        report.fail(views::sentence(*library.problem()));
     } else {
-        const Style style(out.wants_emphasis());
+        const views::Style style(out.wants_emphasis());
         Context context{options, library, style, report, !options.json && out.can_redraw(), show};
         result = commands.run(context);
     }
@@ -159,7 +159,7 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     if (options.trace) {
         document["trace"] = Json::array();
         if (library.is_open()) {
-            add_trace(take_own_trace(start), result, document, report);
+            add_trace(hub::take_own_trace(start), result, document, report);
         }
     }
     document["errors"] = report.errors();
@@ -183,7 +183,7 @@ int run(int argc, char **argv) {
 
     Options options;
     add_options(app, options);
-    Commands commands(app);
+    Commands commands(app, options);
     add_status_commands(commands);
     add_port_commands(commands);
     add_vlan_commands(commands);
@@ -199,7 +199,7 @@ int run(int argc, char **argv) {
         return *status;
     }
     try {
-        commands.check(options);
+        commands.check();
     } catch (const UsageError &error) {
         tools::complain_about_usage("kslctl", error.what());
         return tools::kUsage;

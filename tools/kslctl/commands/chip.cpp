@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// firmware, reset, hub-config: the hub's controller, and chips as a whole.
-#include "kslctl/arguments.h"
-#include "kslctl/command.h"
-#include "kslctl/confirm.h"
+// firmware, reset, hub-config, mac-filter: the hub's controller, and chips as a whole.
+#include "kslctl/command_line/confirm.h"
+#include "kslctl/commands/command.h"
+#include "kslctl/views/status.h"
 
-#include <array>
-#include <fmt/core.h>
 #include <fmt/ranges.h>
-#include <ksl/ksl.h>
 
 namespace kslctl {
 
@@ -15,108 +12,126 @@ namespace {
 
 // ---- firmware ----
 
-ChipResult show_firmware(Context &context, uint32_t chip) {
-    std::array<uint8_t, 9> version{};
-    uint32_t length = 0;
-    if (const int32_t code = ksl_read_EPN_firmware_version(chip, version.data(), &length); code != 0) {
-        context.report.fail({chip, "ksl_read_EPN_firmware_version", "firmware version", code});
-        return {{{"firmware", nullptr}}, fmt::format("firmware  {}\n", context.style.value(kNotRead))};
-    }
-    const std::string bytes = fmt::format("{:02x}", fmt::join(version, " "));
-    return {{{"firmware", bytes}}, fmt::format("firmware  {}\n", bytes)};
+views::Shown firmware(Context &context, uint32_t chip, const NoArguments &) {
+    return views::firmware(hub::read_firmware_version(chip, context.failures), context.style);
 }
 
 constexpr char kFirmwareHelp[] =
-    R"(Shows the first 9 bytes of the answer of the hub's controller. What they mean is up to the firmware.)";
+    R"(Shows the first 9 bytes of the answer of the hub's controller. What they mean
+depends on the firmware.)";
 
-// ---- reset, hub-config ----
+// ---- reset, hub-config, mac-filter ----
 
-// Both report what was done to a chip, or why it was not.
-struct WholeChipAction {
-    const char *operation;
-    const char *about;
-    const char *undone;
-    Json done;        // keys of their own
-    std::string text; // when it is done
-    std::function<int32_t(uint32_t chip)> run;
+// What nobody can take back or read back; the user is asked first. The texts have {0} for the number and {1} for the
+// chips.
+struct ActionRow {
+    const char *name;
+    const char *summary;
+    const char *help;
+    const char *question; // completes "Really ...?"
+    const char *done;
+    hub::Action (*action)(uint32_t number);
+    // The argument; null for a command without one.
+    const char *argument = nullptr;
+    const char *key = nullptr;
+    NumberKind kind{};
+    const char *argument_summary = nullptr;
 };
 
-Result act(Context &context, const WholeChipAction &action) {
-    return of_each_chip(context, [&](uint32_t chip) -> ChipResult {
-        const int32_t code = action.run(chip);
-        if (code != 0) {
-            context.report.fail({chip, action.operation, action.about, code, action.undone});
-        }
-        Json json = action.done;
-        json["done"] = code == 0;
-        return {json, code == 0 ? action.text : ""};
-    });
+constexpr ActionRow kActions[] = {
+    {.name = "reset",
+     .summary = "Reset a switch chip",
+     .help =
+         R"(Resets a switch chip. Its ports have no link for a while, and its settings are
+those that it starts with.)",
+     .question = "reset {1}",
+     .done = "reset",
+     .action = [](uint32_t) { return hub::reset_switch(); }},
+    {.name = "hub-config",
+     .summary = "Select a switch configuration of the hub",
+     .help = R"(Selects one of the hub's three switch configurations. The hub defines what each
+of them means.)",
+     .question = "give {1} the configuration {0}",
+     .done = "configuration {0} selected",
+     .action = hub::select_configuration,
+     .argument = "CONFIGURATION",
+     .key = "configuration",
+     .kind = {"configuration", 0, 2},
+     .argument_summary = "0, 1 or 2"},
+    {.name = "mac-filter",
+     .summary = "Record a MAC filter in the library; sends nothing",
+     .help =
+         R"(Calls ksl_set_MAC_filter(). The library records the call and the filter in its
+trace (--trace shows them), sends nothing to the chip and reports success. No
+register changes, and nothing can read the filter back.)",
+     .question = "pass the MAC filter 0x{0:08x} for {1} to the library",
+     .done = "MAC filter 0x{0:08x} recorded by the library; nothing sent to the chip",
+     .action = hub::pass_mac_filter,
+     .argument = "FILTER",
+     .key = "filter",
+     .kind = {"MAC filter", 0, 0xFFFFFFFF},
+     .argument_summary = "32 bits, such as 9 or 0x80000001"},
+};
+
+struct ActionArguments {
+    const ActionRow *row;
+    uint32_t number = 0;
+    bool yes = false;
+};
+
+views::Shown act(Context &context, uint32_t chip, const ActionArguments &arguments) {
+    const ActionRow &row = *arguments.row;
+    const bool done = hub::perform(row.action(arguments.number), chip, context.failures);
+    Json json = Json::object();
+    if (row.key != nullptr) {
+        json[row.key] = arguments.number;
+    }
+    json["done"] = done;
+    return {json, done ? fmt::format(fmt::runtime(row.done), arguments.number) + "\n" : ""};
 }
 
-std::string chips_of(const Options &options) {
-    return fmt::format("{} {}", options.chips.size() == 1 ? "chip" : "chips", fmt::join(options.chips, ", "));
-}
-
-void add_yes(CLI::App &command, const std::shared_ptr<bool> &yes) {
-    add_flag(command, "--yes", yes, "Do not ask");
+void check_action(Options &options, const ActionArguments &arguments) {
+    const std::string chips =
+        fmt::format("{} {}", options.chips.size() == 1 ? "chip" : "chips", fmt::join(options.chips, ", "));
+    confirm(fmt::format(fmt::runtime(arguments.row->question), arguments.number, chips), arguments.yes);
 }
 
 constexpr char kConfirmation[] = R"(
-On a terminal kslctl asks first; elsewhere, and to be left alone, say --yes. After any other answer than "y" or "yes"
-nothing is done, and the exit status is 1.)";
 
-const std::string kResetHelp =
-    std::string(
-        "Resets a switch chip. Its ports are without a link for a while, and its settings are those of the start.\n") +
-    kConfirmation;
+On a terminal, kslctl asks first. Elsewhere it requires --yes, which also
+suppresses the question. After any answer but "y" or "yes" nothing is done, and
+the exit status is 1.)";
 
-const std::string kConfigHelp =
-    std::string("Selects one of the hub's three switch configurations; what they stand for is the hub's affair.\n") +
-    kConfirmation;
-
-constexpr NumberKind kConfigurations{"configuration", 0, 2};
+void add_action(Commands &commands, const ActionRow &row) {
+    const auto [app, arguments] = commands.add<ActionArguments>(
+        {
+            .name = row.name,
+            .summary = row.summary,
+            .help = std::string(row.help) + kConfirmation,
+            .look = act,
+            .check = check_action,
+            .raw_schema = kNoRaw,
+        },
+        {&row});
+    if (row.argument != nullptr) {
+        add_number(app, row.argument, arguments.number, row.kind, row.argument_summary)->required();
+    }
+    app.add_flag("--yes", arguments.yes, "Do not ask");
+}
 
 } // namespace
 
 void add_chip_commands(Commands &commands) {
-    commands.add(
-        "firmware", "Firmware version of the hub's controller", kFirmwareHelp,
-        [](Context &context) {
-            return of_each_chip(context, [&](uint32_t chip) { return show_firmware(context, chip); });
-        },
-        check_no_raw);
-
-    const auto yes = std::make_shared<bool>(false);
-    CLI::App &reset = commands.add(
-        "reset", "Reset a switch chip", kResetHelp,
-        [](Context &context) {
-            return act(context,
-                       {"ksl_reset_switch", "switch", "not reset", Json::object(), "reset\n", ksl_reset_switch});
-        },
-        [yes](const Options &options) {
-            check_no_raw(options);
-            confirm("reset " + chips_of(options), *yes);
-        });
-    add_yes(reset, yes);
-
-    const auto configuration = std::make_shared<std::optional<uint32_t>>();
-    CLI::App &config = commands.add(
-        "hub-config", "Select a switch configuration of the hub", kConfigHelp,
-        [configuration](Context &context) {
-            const uint32_t number = **configuration;
-            return act(context, {"dbg_ksl_set_EPN_configuration",
-                                 "hub configuration",
-                                 "not set",
-                                 {{"configuration", number}},
-                                 fmt::format("configuration {} selected\n", number),
-                                 [number](uint32_t chip) { return dbg_ksl_set_EPN_configuration(chip, number); }});
-        },
-        [=](const Options &options) {
-            check_no_raw(options);
-            confirm(fmt::format("give {} the configuration {}", chips_of(options), **configuration), *yes);
-        });
-    add_number(config, "CONFIGURATION", Need::required, kConfigurations, configuration, "0, 1 or 2");
-    add_yes(config, yes);
+    commands.add({
+        .name = "firmware",
+        .summary = "Firmware version of the hub's controller",
+        .help = kFirmwareHelp,
+        .look = firmware,
+        .raw_schema = kNoRaw,
+    });
+    for (const ActionRow &row : kActions) {
+        add_action(commands, row);
+    }
 }
 
 } // namespace kslctl

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// Numbers on the command line: decimal, or hexadecimal after "0x"; lists of them may hold ranges ("0-3,7").
+#pragma once
+
+#include "kslctl/command_line/errors.h"
+
+#include <cstdint>
+#include <ksl/ksl.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kslctl {
+
+// What a number means, and its range.
+struct NumberKind {
+    const char *what;
+    uint32_t least;
+    uint32_t most;
+};
+
+inline constexpr NumberKind kPorts{"port", 0, KSL_PORTS - 1};
+inline constexpr NumberKind kVlans{"VLAN of the table", 1, 4094};
+
+// In ascending order, each once.
+using NumberSet = std::vector<uint32_t>;
+
+// All throw ArgumentError.
+uint32_t parse_number(std::string_view text, const NumberKind &kind);
+// As they are written, also several times.
+std::vector<uint32_t> parse_list(std::string_view text, const NumberKind &kind);
+// The numbers of all lists.
+NumberSet parse_set(const std::vector<std::string> &lists, const NumberKind &kind);
+
+} // namespace kslctl

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/commands/command.h"
+
+#include "kslctl/views/changes.h"
+
+#include <algorithm>
+#include <fmt/core.h>
+#include <utility>
+
+namespace kslctl {
+
+void Context::report_failures() {
+    for (const hub::Failure &failure : std::exchange(failures, {})) {
+        report.fail(failure);
+    }
+}
+
+Result of_each_chip(Context &context, const std::function<views::Shown(uint32_t chip)> &look) {
+    const char *const remark = context.options.dry_run ? ": what would be written (nothing was)" : "";
+    Result result;
+    for (const uint32_t chip : context.options.chips) {
+        const views::Shown found = look(chip);
+        context.report_failures();
+        Json json = {{"chip", chip}};
+        json.update(found.json);
+        result.chips.push_back(json);
+        result.text += result.text.empty() ? "" : "\n";
+        result.text += context.style.heading(fmt::format("chip {}{}", chip, remark)) + "\n" + found.text;
+        result.answer_is_no = result.answer_is_no || found.answer_is_no;
+    }
+    return result;
+}
+
+views::Shown change(Context &context, uint32_t chip, const hub::Change &change, const NumberSet &ports) {
+    return views::changes(hub::change_ports(chip, ports, change, context.options.dry_run, context.failures),
+                          context.options.raw, context.style);
+}
+
+void check_dry_run(const Options &options, bool has_value, const char *value) {
+    if (options.dry_run && !has_value) {
+        throw UsageError(fmt::format("--dry-run is for a change, and no {} is given", value));
+    }
+}
+
+void Commands::add_group(const char *name, const char *summary) {
+    CLI::App *const group = app_.add_subcommand(name, summary);
+    group->require_subcommand(1);
+    group->footer(fmt::format("\"kslctl {} COMMAND --help\" describes a command.", name));
+}
+
+CLI::App &Commands::add_to_parser(const Chosen &command, const char *summary, const std::string &help) {
+    const size_t blank = command.name.find(' ');
+    const bool is_of_group = blank != std::string::npos;
+    CLI::App &parent = is_of_group ? *app_.get_subcommand(command.name.substr(0, blank)) : app_;
+    CLI::App *const app = parent.add_subcommand(command.name.substr(is_of_group ? blank + 1 : 0), summary);
+    app->footer(help);
+    app->callback([this, command] { chosen_ = command; });
+    return *app;
+}
+
+std::string Commands::schema() const {
+    std::string name = chosen_.name;
+    std::replace(name.begin(), name.end(), ' ', '-');
+    return options_.raw ? fmt::format("ksl.{}.raw/{}", name, chosen_.raw_schema) : fmt::format("ksl.{}/1", name);
+}
+
+void Commands::check() const {
+    if (options_.raw && chosen_.raw_schema == kNoRaw) {
+        throw UsageError("--raw is for commands that read a meaning into registers, which this one does not");
+    }
+    chosen_.check(options_);
+}
+
+Result Commands::run(Context &context) const {
+    Result result = chosen_.run(context);
+    context.report_failures();
+    return result;
+}
+
+} // namespace kslctl

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a command is, and which there are.
+#pragma once
+
+#include "kslctl/command_line/arguments.h"
+#include "kslctl/commands/report.h"
+#include "kslctl/hub/changes.h"
+#include "kslctl/hub/port_list.h"
+#include "kslctl/views/raw.h"
+
+#include <any>
+#include <deque>
+#include <functional>
+
+namespace kslctl {
+
+// The options of all commands.
+struct Options {
+    std::vector<uint32_t> chips{0};
+    bool json = false;
+    bool documents_are_lines = false; // of a command that writes several
+    bool raw = false;
+    bool trace = false;
+    bool simulate = false;
+    bool dry_run = false; // only for commands that change registers
+};
+
+// What a command found out, in both forms.
+struct Result {
+    Json chips = Json::array();
+    std::string text;
+    bool answer_is_no = false; // of a command that asks a question
+    bool is_shown = false;     // the command has already shown everything
+};
+
+// What a command has to work with.
+struct Context {
+    const Options &options;
+    const hub::Library &library;
+    const views::Style &style;
+    Report &report;
+    bool can_redraw; // the text goes to a terminal whose cursor can be moved
+    // For a command that shows one result after the other. False when nobody wants another.
+    const std::function<bool(const Result &)> &show;
+    // What hub/ could not read or do. After each chip it goes into the report.
+    hub::Failures failures{};
+
+    void report_failures();
+};
+
+// Each chip of the command line in turn, a paragraph for each. `look` gives the chip's view, without its number and
+// heading.
+Result of_each_chip(Context &context, const std::function<views::Shown(uint32_t chip)> &look);
+
+// Facts as their view has them, or with --raw the registers that they come from.
+template <typename Facts, typename View>
+views::Shown view_or_raw(const Context &context, const Facts &facts, const View &view) {
+    return context.options.raw ? views::raw(facts.registers, context.style) : view(facts, context.style);
+}
+
+// Makes a change and shows it. Without ports it is one of the whole chip.
+views::Shown change(Context &context, uint32_t chip, const hub::Change &change, const NumberSet &ports = {0});
+
+// For a command that shows a register, or changes it if a new value is given.
+void check_dry_run(const Options &options, bool has_value, const char *value);
+
+// The end of the help of every command that changes registers.
+inline constexpr char kChangeHelp[] = R"(
+
+A change shows what the registers held before and hold afterwards. A port, or
+chip, with a register that cannot be read first is left as it is.)";
+
+// For commands to which --raw means nothing.
+inline constexpr int kNoRaw = 0;
+
+struct NoArguments {};
+
+// `Arguments` is filled from the command line.
+template <typename Arguments>
+struct Command {
+    const char *name; // "status"; "port show" of the group "port"
+    const char *summary;
+    std::string help;
+    // Either gives the view of one chip after the other, or the result of all chips.
+    views::Shown (*look)(Context &context, uint32_t chip, const Arguments &arguments) = nullptr;
+    Result (*run)(Context &context, const Arguments &arguments) = nullptr;
+    // Looks at the whole command line before the hub is touched, and may settle options. Throws UsageError.
+    void (*check)(Options &options, const Arguments &arguments) = nullptr;
+    bool changes_registers = false; // and takes --dry-run
+    int raw_schema = 1;             // the number of the document with --raw, or kNoRaw
+};
+
+// What add() is to give the command's arguments to, as options and positionals.
+template <typename Arguments>
+struct Added {
+    CLI::App &app;
+    Arguments &arguments;
+};
+
+// The commands of the command line; the one that the user names becomes the chosen one.
+class Commands {
+public:
+    Commands(CLI::App &app, Options &options) : app_(app), options_(options) {}
+
+    // Commands whose first word is the same. The group is added before its commands.
+    void add_group(const char *name, const char *summary);
+
+    template <typename Arguments = NoArguments>
+    Added<Arguments> add(const Command<Arguments> &command, const Arguments &defaults = {}) {
+        auto &arguments = std::any_cast<Arguments &>(arguments_.emplace_back(defaults));
+        const auto run = [command, &arguments](Context &context) {
+            return command.run != nullptr
+                       ? command.run(context, arguments)
+                       : of_each_chip(context, [&](uint32_t chip) { return command.look(context, chip, arguments); });
+        };
+        const auto check = [command, &arguments](Options &options) {
+            if (command.check != nullptr) {
+                command.check(options, arguments);
+            }
+        };
+        CLI::App &app = add_to_parser({command.name, command.raw_schema, run, check}, command.summary,
+                                      command.help + (command.changes_registers ? kChangeHelp : ""));
+        if (command.changes_registers) {
+            app.add_flag("--dry-run", options_.dry_run, "Show the register writes, and make none");
+        }
+        return {app, arguments};
+    }
+
+    // "ksl.status/1", "ksl.port-show.raw/2"
+    std::string schema() const;
+    void check() const;
+    Result run(Context &context) const;
+
+private:
+    struct Chosen {
+        std::string name;
+        int raw_schema;
+        std::function<Result(Context &)> run;
+        std::function<void(Options &)> check;
+    };
+
+    CLI::App &add_to_parser(const Chosen &command, const char *summary, const std::string &help);
+
+    CLI::App &app_;
+    Options &options_;
+    std::deque<std::any> arguments_;
+    Chosen chosen_{};
+};
+
+// One for each family of operations.
+void add_status_commands(Commands &commands);
+void add_port_commands(Commands &commands);
+void add_vlan_commands(Commands &commands);
+void add_validate_commands(Commands &commands);
+void add_mib_commands(Commands &commands);
+void add_arl_commands(Commands &commands);
+void add_forwarding_commands(Commands &commands);
+void add_hub_commands(Commands &commands);
+void add_chip_commands(Commands &commands);
+void add_reg_commands(Commands &commands);
+
+} // namespace kslctl

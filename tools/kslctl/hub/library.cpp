@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/hub/library.h"
+
+#include "kslctl/hub/installed_libraries.h"
+#include "kslctl/hub/own_trace.h"
+
+#include <dlfcn.h>
+#include <fmt/core.h>
+#include <hwa_sim.h>
+#include <ksl/ksl.h>
+#include <unistd.h>
+
+namespace kslctl::hub {
+
+namespace {
+
+// In the order in which ksl_init() tries them.
+constexpr const char *kLowerLibraries[] = {"libhwa.so", "libqrthwa.gen1.so"};
+constexpr const char *kSimulatedHub = kLowerLibraries[0];
+
+// What the loader says of a library that it found and cannot open; empty for one that it did not find, which it calls
+// by its bare name.
+std::string loader_problem(const char *name) {
+    if (void *const library = dlopen(name, RTLD_NOW)) {
+        dlclose(library);
+        return {};
+    }
+    std::string text = dlerror();
+    return text.starts_with(fmt::format("{}: ", name)) ? std::string() : text;
+}
+
+} // namespace
+
+Library::Library(bool simulate) {
+    if (simulate) {
+        open_simulated_hub();
+    }
+    if (!problem_) {
+        keep_trace_apart();
+        ksl_init();
+        open_ = true;
+        look_at_lower_library();
+    }
+}
+
+Library::~Library() {
+    if (open_) {
+        ksl_terminate();
+    }
+    if (simulated_hub_ != nullptr) {
+        dlclose(simulated_hub_);
+    }
+}
+
+void Library::open_simulated_hub() {
+    const std::string path = path_of_simulator(kSimulatedHub);
+    if (access(path.c_str(), F_OK) != 0) {
+        problem_ = {LibraryProblem::Kind::no_simulated_hub, path, {}};
+        return;
+    }
+    // Global and under its own name, so that ksl_init() finds it already there.
+    simulated_hub_ = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+    if (simulated_hub_ == nullptr) {
+        problem_ = {LibraryProblem::Kind::simulated_hub_unusable, path, dlerror()};
+    }
+}
+
+void Library::look_at_lower_library() {
+    for (const char *name : kLowerLibraries) {
+        void *const library = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
+        if (library == nullptr) {
+            continue;
+        }
+        lower_library_ = name;
+        if (const auto text = reinterpret_cast<decltype(&hwa_simulation)>(dlsym(library, "hwa_simulation"))) {
+            simulation_ = text();
+        }
+        dlclose(library);
+        return;
+    }
+    for (const char *name : kLowerLibraries) {
+        if (const std::string wrong = loader_problem(name); !wrong.empty()) {
+            problem_ = {LibraryProblem::Kind::lower_library_unusable, name, wrong};
+            return;
+        }
+    }
+    problem_ = {LibraryProblem::Kind::no_lower_library, {}, {}};
+}
+
+} // namespace kslctl::hub

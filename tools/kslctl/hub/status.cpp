@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/hub/status.h"
+
+#include "kslctl/hub/port_list.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ksl/decode.h>
+
+namespace kslctl::hub {
+
+namespace {
+
+constexpr uint32_t kSelfTestVerdict = 47; // bit 47: a test failed; bits 23 to 0: port n failed
+constexpr uint32_t kManaged = 0;
+constexpr uint32_t kForwarding = 1;
+
+bool has_bit(const Register &which, const Bytes &bytes, uint32_t bit) {
+    return ksl_register_bit(bytes.data(), which.place.length, bit) != 0;
+}
+
+// Means nothing if the register was not asked for.
+Fact<Bytes> bytes_of(const std::vector<Reading> &readings, const Register &which) {
+    const auto found = std::find_if(readings.begin(), readings.end(),
+                                    [&](const Reading &reading) { return reading.name == which.name; });
+    return found == readings.end() ? Fact<Bytes>() : found->bytes;
+}
+
+ChipStatus status_of(std::vector<Reading> readings) {
+    const Fact<Bytes> link = bytes_of(readings, registers::link_status);
+    const Fact<Bytes> change = bytes_of(readings, registers::link_change);
+    const Fact<Bytes> speed = bytes_of(readings, registers::port_speed);
+    const Fact<Bytes> duplex = bytes_of(readings, registers::port_duplex);
+    ChipStatus status{.self_test = bytes_of(readings, registers::self_test).map(decode_self_test),
+                      .mode = bytes_of(readings, registers::switch_mode).map(decode_mode),
+                      .age_timer = bytes_of(readings, registers::age_timer).map([](const Bytes &b) {
+                          return ksl_age_time(b.data());
+                      }),
+                      .ports = {},
+                      .registers = {}};
+    status.registers = std::move(readings);
+    for (uint32_t port = 0; port < KSL_PORTS; ++port) {
+        const auto bit = [port](const Bytes &word) { return ksl_port_bit(word.data(), port) != 0; };
+        PortStatus of_port{port, link.map(bit), change.map(bit), {}, {}};
+        const bool has_no_link = of_port.link.is_read() && !*of_port.link;
+        if (!has_no_link || !speed.is_read()) {
+            of_port.speed = speed.map([&](const Bytes &word) -> uint32_t { return bit(word) ? 100 : 10; });
+        }
+        if (!has_no_link || !duplex.is_read()) {
+            of_port.duplex = duplex.map([&](const Bytes &word) { return bit(word) ? Duplex::full : Duplex::half; });
+        }
+        status.ports.push_back(of_port);
+    }
+    return status;
+}
+
+// One operation reads both; the first may be there although the second is not.
+std::pair<Fact<Bytes>, Fact<Bytes>> read_both_link_registers(uint32_t chip, Failures &failures) {
+    constexpr Bytes kUntouched = {0xFF, 0xFF, 0xFF, 0xFF}; // no chip of 24 ports has such a link word
+    Bytes link = kUntouched;
+    Bytes change{};
+    const int32_t code = ksl_read_link_status_regs(chip, link.data(), change.data());
+    if (code == 0) {
+        return {link, change};
+    }
+    const bool has_link = link != kUntouched;
+    const Register &failed = has_link ? registers::link_change : registers::link_status;
+    const Failure &failure = note(failures, {chip, "ksl_read_link_status_regs", describe(failed), code});
+    return {has_link ? Fact<Bytes>(link) : failure, failure};
+}
+
+// The registers of ksl_cntrl_regs, in the order in which the operation reads them.
+struct ControlField {
+    const Register *which;
+    size_t position;
+    size_t length;
+};
+
+#define KSLCTL_FIELD(name) offsetof(ksl_cntrl_regs, name), sizeof(ksl_cntrl_regs::name)
+constexpr ControlField kControlFields[] = {
+    {&registers::switch_mode, KSLCTL_FIELD(switch_mode)},  {&registers::self_test, KSLCTL_FIELD(bist_status)},
+    {&registers::link_status, KSLCTL_FIELD(link_status1)}, {&registers::link_change, KSLCTL_FIELD(link_status2)},
+    {&registers::port_speed, KSLCTL_FIELD(port_speed)},    {&registers::port_duplex, KSLCTL_FIELD(port_duplex)},
+    {&registers::age_timer, KSLCTL_FIELD(age_timer)},
+};
+#undef KSLCTL_FIELD
+
+} // namespace
+
+const WantedRegisters kControlRegisters = [] {
+    WantedRegisters all;
+    for (const ControlField &field : kControlFields) {
+        all.push_back(field.which);
+    }
+    return all;
+}();
+
+SelfTest decode_self_test(const Bytes &bytes) {
+    return {!has_bit(registers::self_test, bytes, kSelfTestVerdict), ports_of(ksl_value32(bytes.data() + 2))};
+}
+
+Mode decode_mode(const Bytes &bytes) {
+    return {has_bit(registers::switch_mode, bytes, kManaged), has_bit(registers::switch_mode, bytes, kForwarding)};
+}
+
+ChipStatus read_status(uint32_t chip, const WantedRegisters &wanted, Failures &failures) {
+    const bool wants_change = std::find(wanted.begin(), wanted.end(), &registers::link_change) != wanted.end();
+    std::vector<Reading> readings;
+    for (const Register *const which : wanted) {
+        if (which == &registers::link_change) {
+            auto [link, change] = read_both_link_registers(chip, failures);
+            readings.push_back(reading_of(registers::link_status, 0, link));
+            readings.push_back(reading_of(registers::link_change, 0, change));
+        } else if (which != &registers::link_status || !wants_change) {
+            readings.push_back(reading_of(*which, 0, read(*which, chip, 0, failures)));
+        }
+    }
+    return status_of(std::move(readings));
+}
+
+ChipStatus read_control_registers(uint32_t chip, Failures &failures) {
+    // A field that was not read keeps what no such register holds.
+    constexpr uint8_t kUntouchedByte = 0xFF;
+    Bytes untouched;
+    untouched.fill(kUntouchedByte);
+    ksl_cntrl_regs regs;
+    std::memset(&regs, kUntouchedByte, sizeof regs);
+    const int32_t code = ksl_read_cntrl_regs(chip, &regs);
+
+    std::vector<Reading> readings;
+    std::optional<Failure> failure;
+    for (const ControlField &field : kControlFields) {
+        const uint8_t *const read = reinterpret_cast<const uint8_t *>(&regs) + field.position;
+        const bool is_last = field.which == &registers::age_timer;
+        if (code != 0 && !failure && (is_last || std::memcmp(read, untouched.data(), field.length) == 0)) {
+            failure = note(failures, {chip, "ksl_read_cntrl_regs", describe(*field.which), code});
+        }
+        Bytes bytes{};
+        std::memcpy(bytes.data(), read, field.length);
+        readings.push_back(reading_of(*field.which, 0, failure ? Fact<Bytes>(*failure) : bytes));
+    }
+    return status_of(std::move(readings));
+}
+
+} // namespace kslctl::hub

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/hub/vlans.h"
+
+#include <algorithm>
+#include <fmt/core.h>
+#include <set>
+
+namespace kslctl::hub {
+
+namespace {
+
+constexpr uint32_t kFirstVlan = 1;
+constexpr uint32_t kLastVlan = 4094;
+constexpr uint8_t kEnabled = 0x80;
+
+std::string describe_entry(uint32_t vid) {
+    return fmt::format("entry of VLAN {} (page 0x{:02x}, offsets 0x{:02x}, 0x{:02x} and 0x{:02x})", vid,
+                       registers::vlan_table_entry.place.page, registers::vlan_table_address.place.offset,
+                       registers::vlan_table_command.place.offset, registers::vlan_table_entry.place.offset);
+}
+
+void add_vlan_enable(VlanState &state, uint32_t chip, Failures &failures) {
+    const Fact<Bytes> bytes = read(registers::vlan_enable, chip, 0, failures);
+    state.enabled = bytes.map(decode_vlan_enable);
+    state.registers.push_back(reading_of(registers::vlan_enable, 0, bytes));
+}
+
+void add_pvid(VlanState &state, uint32_t port, const Fact<Bytes> &bytes) {
+    state.ports.push_back({port, bytes.map(decode_pvid)});
+    state.registers.push_back(reading_of(registers::pvid, port, bytes));
+}
+
+void add_entry(VlanState &state, uint32_t vid, const Fact<Bytes> &bytes) {
+    state.entries.push_back({vid, bytes.map([](const Bytes &entry) { return ksl_decode_vlan_entry(entry.data()); })});
+    state.registers.push_back(reading_of(registers::vlan_table_entry, 0, bytes));
+    state.registers.back().of = {"vid", vid};
+}
+
+// A PVID may name a VLAN that the table cannot have.
+std::set<uint32_t> vids_of(const std::vector<PortPvid> &ports) {
+    std::set<uint32_t> vids;
+    for (const PortPvid &port : ports) {
+        if (port.pvid.is_read() && port.pvid->vid >= kFirstVlan && port.pvid->vid <= kLastVlan) {
+            vids.insert(port.pvid->vid);
+        }
+    }
+    return vids;
+}
+
+} // namespace
+
+Pvids read_pvids(uint32_t chip, Failures &failures) {
+    constexpr ksl_word kUntouched = 0xFFFFFFFF; // the lower half of a word that was read is zero
+    std::array<ksl_word, KSL_PORTS> words;
+    words.fill(kUntouched);
+    const int32_t code = ksl_read_VLAN_PVID_regs(chip, words.data());
+
+    Pvids pvids;
+    const auto end = std::find(words.begin(), words.end(), kUntouched);
+    std::transform(words.begin(), end, pvids.begin(), word_bytes);
+    if (code != 0) {
+        const auto failed = static_cast<uint32_t>(std::min<std::ptrdiff_t>(end - words.begin(), KSL_PORTS - 1));
+        const Failure &failure =
+            note(failures, {chip, "ksl_read_VLAN_PVID_regs", describe(registers::pvid, failed), code});
+        std::fill(pvids.begin() + (end - words.begin()), pvids.end(), failure);
+    }
+    return pvids;
+}
+
+Fact<Bytes> read_vlan_entry(uint32_t chip, uint32_t vid, Failures &failures) {
+    Bytes bytes{};
+    if (const int32_t code = ksl_read_VLAN_map(chip, vid, bytes.data()); code != 0) {
+        return note(failures, {chip, "ksl_read_VLAN_map", describe_entry(vid), code});
+    }
+    return bytes;
+}
+
+Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures) {
+    VlanTable table;
+    for (uint32_t vid = kFirstVlan; vid <= kLastVlan; ++vid) {
+        const Fact<Bytes> entry = read_vlan_entry(chip, vid, failures);
+        if (!entry.is_read()) {
+            return *entry.failure();
+        }
+        if (ksl_decode_vlan_entry(entry->data()).valid != 0) {
+            table[vid] = *entry;
+        }
+    }
+    return table;
+}
+
+VlanState read_vlan_enable(uint32_t chip, Failures &failures) {
+    VlanState state;
+    add_vlan_enable(state, chip, failures);
+    return state;
+}
+
+VlanState read_pvids_of(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
+    const Pvids pvids = read_pvids(chip, failures);
+    VlanState state;
+    for (const uint32_t port : ports) {
+        add_pvid(state, port, pvids[port]);
+    }
+    return state;
+}
+
+VlanState read_vlan_entries(uint32_t chip, std::span<const uint32_t> vids, Failures &failures) {
+    VlanState state;
+    for (const uint32_t vid : vids) {
+        add_entry(state, vid, read_vlan_entry(chip, vid, failures));
+    }
+    return state;
+}
+
+VlanState read_vlan_state(uint32_t chip, bool whole_table, Failures &failures) {
+    VlanState state;
+    add_vlan_enable(state, chip, failures);
+    uint32_t port = 0;
+    for (const Fact<Bytes> &pvid : read_pvids(chip, failures)) {
+        add_pvid(state, port++, pvid);
+    }
+    if (!whole_table) {
+        for (const uint32_t vid : vids_of(state.ports)) {
+            add_entry(state, vid, read_vlan_entry(chip, vid, failures));
+        }
+    } else if (const Fact<VlanTable> table = read_vlan_table(chip, failures); table.is_read()) {
+        for (const auto &[vid, bytes] : *table) {
+            add_entry(state, vid, bytes);
+        }
+    }
+    return state;
+}
+
+Reading read_extended_vlan_control(uint32_t chip, uint32_t index, Failures &failures) {
+    Reading reading = reading_of(registers::pvid, index, {});
+    reading.name = "extended_vlan_control";
+    reading.of = {"index", index};
+    reading.offset &= 0xFF;
+    ksl_word word = 0;
+    if (const int32_t code = ksl_read_extended_VLAN_cntrl_regs(chip, index, &word); code != 0) {
+        const std::string about = fmt::format("extended VLAN control register {} (page 0x{:02x}, offset 0x{:02x})",
+                                              index, reading.page, reading.offset);
+        reading.bytes = note(failures, {chip, "ksl_read_extended_VLAN_cntrl_regs", about, code});
+    } else {
+        reading.bytes = word_bytes(word);
+    }
+    return reading;
+}
+
+Change set_pvid(uint32_t vid, std::optional<uint32_t> priority) {
+    const auto wanted = [=](const Bytes &before) { return Pvid{vid, priority.value_or(decode_pvid(before).priority)}; };
+    return {
+        .operation = "ksl_set_PVID",
+        .about = "PVID of port {}",
+        .undone = "not set",
+        .writes = {{&registers::pvid, [=](const Bytes &before) { return pvid_bytes(wanted(before)); }}},
+        .run = [=](uint32_t chip, uint32_t port,
+                   const Bytes &before) { return ksl_set_PVID(chip, vid, wanted(before).priority, port); },
+    };
+}
+
+bool decode_vlan_enable(const Bytes &bytes) {
+    return (bytes[0] & kEnabled) != 0;
+}
+
+Pvid decode_pvid(const Bytes &bytes) {
+    return {ksl_pvid_vid(bytes.data()), ksl_pvid_priority(bytes.data())};
+}
+
+Bytes pvid_bytes(const Pvid &pvid) {
+    return bytes16(pvid.priority << 13 | pvid.vid);
+}
+
+} // namespace kslctl::hub

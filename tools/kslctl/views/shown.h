@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a view makes of facts: the same for people and for programs.
+#pragma once
+
+#include "kslctl/hub/fact.h"
+#include "support/table.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace kslctl {
+
+using Json = nlohmann::ordered_json;
+
+namespace views {
+
+using tools::Align;
+using tools::Style;
+
+struct Shown {
+    Json json = Json::object();
+    std::string text;
+    bool answer_is_no = false; // of a command that asks a question
+};
+
+// One value.
+struct Cell {
+    std::string text;
+    Json json;
+};
+
+inline Cell number(uint64_t value) {
+    return {std::to_string(value), value};
+}
+
+// A fact: the cell of its value, or the mark of one that was not read or that means nothing; both are null in JSON.
+template <typename T, typename ToCell>
+Cell cell(const hub::Fact<T> &fact, const ToCell &to_cell) {
+    if (fact.is_read()) {
+        return to_cell(*fact);
+    }
+    return {std::string(fact.failure() != nullptr ? tools::kNotRead : tools::kNothing), nullptr};
+}
+
+} // namespace views
+
+} // namespace kslctl

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+// What kslctl shows for a value, in every view that shows it.
+#pragma once
+
+#include "kslctl/hub/ports.h"
+#include "kslctl/hub/vlans.h"
+#include "kslctl/views/shown.h"
+
+namespace kslctl::views {
+
+Cell port_control(hub::PortControl control);
+Cell phy_control(const hub::PhyControl &phy);
+
+Cell pvid(const hub::Pvid &pvid);
+
+Cell link(const hub::PortStatus &port);
+Cell speed(const hub::PortStatus &port);
+Cell duplex(const hub::PortStatus &port);
+
+// The value of any register that a change writes.
+Cell value_of(const hub::Register &which, const hub::Bytes &bytes);
+
+} // namespace kslctl::views
