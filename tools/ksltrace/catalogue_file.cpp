@@ -2,14 +2,11 @@
 #include "ksltrace/catalogue_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
-#include <cstdio>
 #include <fmt/core.h>
-#include <memory>
+#include <json/file.h>
+#include <json/node.h>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <system_error>
 #include <trace_kbuf_reader.h>
 
 namespace ksltrace {
@@ -17,6 +14,7 @@ namespace ksltrace {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using json::Node;
 
 constexpr std::string_view kSchema = "ksl.trace-catalogue/1";
 
@@ -27,132 +25,79 @@ bool is_name(std::string_view text) {
     return !text.empty() && is_letter(text[0]) && std::all_of(text.begin(), text.end(), is_letter_or_digit);
 }
 
-class Reader {
-public:
-    Reader(std::string path, Catalogue &catalogue) : path_(std::move(path)), catalogue_(catalogue) {}
-
-    void read(const std::string &text) {
-        const Json document = parse(text);
-        if (text_of(document, "", "schema") != kSchema) {
-            fail(fmt::format("\"schema\" is not \"{}\"", kSchema));
-        }
-        const Json &points = member(document, "", "points");
-        if (!points.is_array()) {
-            fail("\"points\" is no list");
-        }
-        for (size_t i = 0; i < points.size(); ++i) {
-            add_point(points[i], fmt::format("points[{}]", i));
-        }
+std::string read_name(const Node &node) {
+    std::string name = node.text();
+    if (!is_name(name)) {
+        node.refuse("must be a name of letters, digits and \"_\" that does not begin with a digit");
     }
+    return name;
+}
 
-private:
-    Json parse(const std::string &text) const {
-        try {
-            return Json::parse(text);
-        } catch (const Json::exception &error) {
-            // "[exception] parse error at line 1, column 2: what is wrong"
-            const std::string_view words = error.what();
-            fail(fmt::format("not valid JSON: {}", words.substr(words.find(']') + 2)));
-        }
+uint32_t read_identifier(const Node &node, std::set<uint32_t> &seen) {
+    const uint64_t number = node.if_number().value_or(UINT64_MAX);
+    if (node.if_text() == nullptr || number > UINT32_MAX) {
+        node.refuse("must be a hexadecimal number of up to 32 bits, such as \"0x80000001\"");
     }
-
-    void add_point(const Json &json, const std::string &where) {
-        Point point{};
-        point.identifier = identifier_of(text_of(json, where, "identifier"), where);
-        const std::string kind = text_of(json, where, "kind");
-        const std::optional<Kind> known = kind_of(kind);
-        if (!known) {
-            fail(fmt::format("{}: there is no kind \"{}\"; it is entry, exit, failure, step or elapsed", where, kind));
-        }
-        point.kind = *known;
-        point.name = name_of(json, where);
-        point.text = catalogue_.keep(text_of(json, where, "text"));
-        const Json &values = member(json, where, "values");
-        if (!values.is_array() || values.size() > TRACE_KBUF_VALUES) {
-            fail(fmt::format("{}: \"values\" is no list of up to {} values", where, int{TRACE_KBUF_VALUES}));
-        }
-        for (size_t i = 0; i < values.size(); ++i) {
-            point.values.push_back(value_of(values[i], fmt::format("{}.values[{}]", where, i)));
-        }
-        if (!seen_.insert(point.identifier).second) {
-            fail(fmt::format("{}: the identifier 0x{:08x} is there twice", where, point.identifier));
-        }
-        catalogue_.add(std::move(point));
+    const auto identifier = static_cast<uint32_t>(number);
+    if (!seen.insert(identifier).second) {
+        node.refuse(fmt::format("names 0x{:08x}, which an earlier point names", identifier));
     }
+    return identifier;
+}
 
-    Value value_of(const Json &json, const std::string &where) {
-        const std::string type = text_of(json, where, "type");
-        const std::optional<ValueType> known = type_of(type);
-        if (!known) {
-            fail(fmt::format("{}: there is no type \"{}\"; it is decimal, int, hex, address or byte", where, type));
+Kind read_kind(const Node &node) {
+    const std::optional<Kind> kind = kind_of(node.text());
+    if (!kind) {
+        node.refuse("must be \"entry\", \"exit\", \"failure\", \"step\" or \"elapsed\"");
+    }
+    return *kind;
+}
+
+ValueType read_type(const Node &node) {
+    const std::optional<ValueType> type = type_of(node.text());
+    if (!type) {
+        node.refuse("must be \"decimal\", \"int\", \"hex\", \"address\" or \"byte\"");
+    }
+    return *type;
+}
+
+Point read_point(const Node &node, Catalogue &catalogue, std::set<uint32_t> &seen) {
+    node.only({"identifier", "kind", "name", "text", "values"});
+    Point point{};
+    point.identifier = read_identifier(node.required("identifier"), seen);
+    point.kind = read_kind(node.required("kind"));
+    point.name = catalogue.keep(read_name(node.required("name")));
+    const Node text = node.required("text");
+    point.text = catalogue.keep(text.line());
+    if (point.text.empty()) {
+        text.refuse("must be one line of text");
+    }
+    for (const Node &value : node.required("values").list(TRACE_KBUF_VALUES)) {
+        value.only({"name", "type"});
+        const Node name_node = value.required("name");
+        const std::string_view name = catalogue.keep(read_name(name_node));
+        if (std::any_of(point.values.begin(), point.values.end(), [&](const Value &v) { return v.name == name; })) {
+            name_node.refuse(fmt::format("is \"{}\" as that of an earlier value", name));
         }
-        return {name_of(json, where), *known};
+        point.values.push_back({name, read_type(value.required("type"))});
     }
-
-    std::string_view name_of(const Json &json, const std::string &where) {
-        const std::string name = text_of(json, where, "name");
-        if (!is_name(name)) {
-            fail(fmt::format("{}: \"{}\" is no name: letters, digits and _ are, with no digit first", where, name));
-        }
-        return catalogue_.keep(name);
-    }
-
-    uint32_t identifier_of(const std::string &text, const std::string &where) const {
-        uint32_t identifier = 0;
-        const char *const end = text.data() + text.size();
-        const bool has_digits = text.starts_with("0x") && text.size() > 2;
-        const std::from_chars_result result =
-            has_digits ? std::from_chars(text.data() + 2, end, identifier, 16) : std::from_chars_result{};
-        if (result.ptr != end || result.ec != std::errc()) {
-            fail(fmt::format("{}: \"{}\" is no identifier; one looks like 0x80000001", where, text));
-        }
-        return identifier;
-    }
-
-    const Json &member(const Json &json, const std::string &where, const char *key) const {
-        if (!json.is_object() || !json.contains(key)) {
-            fail(fmt::format("{}\"{}\" is missing", where.empty() ? "" : where + ": ", key));
-        }
-        return json[key];
-    }
-
-    std::string text_of(const Json &json, const std::string &where, const char *key) const {
-        const Json &found = member(json, where, key);
-        if (!found.is_string() || found.get_ref<const std::string &>().empty()) {
-            fail(fmt::format("{}\"{}\" is no text", where.empty() ? "" : where + ": ", key));
-        }
-        return found;
-    }
-
-    [[noreturn]] void fail(const std::string &problem) const {
-        throw CatalogueError(fmt::format("{}: {}", path_, problem));
-    }
-
-    std::string path_;
-    Catalogue &catalogue_;
-    std::set<uint32_t> seen_;
-};
+    return point;
+}
 
 } // namespace
 
-void add_catalogue_text(const std::string &path, const std::string &text, Catalogue &catalogue) {
-    Reader(path, catalogue).read(text);
+void add_catalogue_text(std::string_view text, Catalogue &catalogue) {
+    const json::Value document = json::parse(text);
+    const Node root(document);
+    root.only({"schema", "points"}).required("schema").one_of({kSchema});
+    std::set<uint32_t> seen;
+    for (const Node &point : root.required("points").list()) {
+        catalogue.add(read_point(point, catalogue, seen));
+    }
 }
 
 void add_catalogue_file(const std::string &path, Catalogue &catalogue) {
-    const std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
-    std::string text;
-    errno = file ? 0 : errno;
-    char block[4096];
-    for (size_t got = 1; file && got > 0;) {
-        got = std::fread(block, 1, sizeof block, file.get());
-        text.append(block, got);
-    }
-    if (!file || std::ferror(file.get()) != 0) {
-        throw CatalogueError(
-            fmt::format("the catalogue {} cannot be read: {}", path, std::generic_category().message(errno)));
-    }
-    add_catalogue_text(path, text, catalogue);
+    json::read_file(path, json::Files::any, [&](std::string_view text) { add_catalogue_text(text, catalogue); });
 }
 
 // A point a line, so that people can compare two catalogues.

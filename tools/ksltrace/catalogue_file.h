@@ -4,20 +4,19 @@
 
 #include "ksltrace/catalogue.h"
 
-#include <stdexcept>
+#include <json/problem.h>
 #include <string>
 
 namespace ksltrace {
 
 // Its text is a sentence that names the file and the place in it.
-class CatalogueError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+using CatalogueError = json::Unusable;
 
-// Adds the points of a file to those that are there. Throws CatalogueError.
+// Adds the points of a file to those that are there. Throws CatalogueError, such as "names.json, line 3, column 20:
+// points[1].kind must be ...".
 void add_catalogue_file(const std::string &path, Catalogue &catalogue);
-// The same with a file's text; `path` names it in errors.
-void add_catalogue_text(const std::string &path, const std::string &text, Catalogue &catalogue);
+// The same with a text; in errors the place is without a file's name.
+void add_catalogue_text(std::string_view text, Catalogue &catalogue);
 
 std::string render_catalogue(const Catalogue &catalogue);
 

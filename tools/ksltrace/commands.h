@@ -3,20 +3,22 @@
 #pragma once
 
 #include "ksltrace/reading.h"
+#include "ksltrace/time_column.h"
 
 namespace ksltrace {
 
-// The buffers that are kept in a folder.
+// The buffers that are kept in a folder and below it.
 int list(const std::string &folder, tools::StandardOutput &out);
 
 struct ShowOptions {
     bool verbose = false;
     bool no_pager = false;
+    TimeStyle times = TimeStyle::of_day;
 };
 int show(const Request &request, const ShowOptions &options, tools::StandardOutput &out);
 
 // Goes on until it is interrupted or nobody reads any more.
-int follow(Request request, bool verbose, tools::StandardOutput &out);
+int follow(Request request, const ShowOptions &options, tools::StandardOutput &out);
 
 int stats(const Request &request, bool json, tools::StandardOutput &out);
 

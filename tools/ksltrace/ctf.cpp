@@ -2,7 +2,7 @@
 #include "ksltrace/ctf.h"
 
 #include <algorithm>
-#include <fmt/core.h>
+#include <fmt/format.h>
 #include <map>
 
 namespace ksltrace {
@@ -31,27 +31,27 @@ trace {
 )";
 
 constexpr char kClockAndStream[] = R"(
-clock {
+clock {{
     name = writer;
     description = "nanoseconds since 1970-01-01 00:00:00 UTC, by the writer's clock";
     freq = 1000000000;
     offset = 0;
-};
+}};
 
-typealias integer { size = 64; align = 8; signed = false; map = clock.writer.value; } := time_t;
+typealias integer {{ size = 64; align = 8; signed = false; map = clock.writer.value; }} := time_t;
 
-stream {
+stream {{
     id = 0;
-    packet.context := struct {
+    packet.context := struct {{
         uint64_t packet_size;
         uint64_t content_size;
         time_t timestamp_begin;
         time_t timestamp_end;
         uint64_t events_discarded;
-    };
-    event.header := struct { uint32_t id; time_t timestamp; };
-    event.context := struct { uint64_t _sequence; uint32_t _writer; uint16_t _line; };
-};
+    }};
+    event.header := struct {{ uint32_t id; time_t timestamp; }};
+    event.context := struct {{ uint64_t _sequence; uint32_t _writer; uint16_t _line;{} }};
+}};
 )";
 
 const char *type_name(ValueType type) {
@@ -87,7 +87,7 @@ std::string event_class(uint32_t id, const Point &point) {
     return event_class(id, std::string(point.name), log_level(point), fields);
 }
 
-std::string quoted(std::string_view text) {
+std::string printable_ascii(std::string_view text) {
     std::string result;
     for (const char c : text) {
         const bool is_plain = c >= ' ' && c <= '~' && c != '"' && c != '\\';
@@ -105,6 +105,8 @@ public:
         }
     }
 
+    void add_string(const std::string &text) { bytes_.append(text.c_str(), text.size() + 1); }
+
     const std::string &text() const { return bytes_; }
 
 private:
@@ -113,7 +115,7 @@ private:
 
 class Export {
 public:
-    Export(const Trace &trace, const std::vector<bool> &wanted) {
+    Export(const Trace &trace, const std::vector<bool> &wanted) : sources_(trace.sources) {
         uint64_t lost = 0;
         for (size_t i = 0; i < trace.lines.size(); ++i) {
             const Line &line = trace.lines[i];
@@ -130,7 +132,7 @@ public:
         });
     }
 
-    CtfTrace make(const trace_kbuf_snapshot &snapshot) {
+    CtfTrace make(const Buffers &buffers) {
         std::string classes;
         std::map<const Point *, uint32_t> ids;
         for (const Event &event : events_) {
@@ -143,10 +145,12 @@ public:
             }
         }
         add_packets(ids);
+        const std::string name = is_merged() ? fmt::format("{}", fmt::join(sources_, ", ")) : buffers.front()->name;
         const std::string environment = fmt::format(
             "env {{\n    tracer_name = \"ksltrace\";\n    buffer = \"{}\";\n    trace_library = \"{}\";\n}};\n",
-            quoted(snapshot.name), quoted(snapshot.writer));
-        return {kPreamble + environment + kClockAndStream + classes, std::move(stream_)};
+            printable_ascii(name), printable_ascii(buffers.front()->writer));
+        const std::string stream = fmt::format(kClockAndStream, is_merged() ? " string _source;" : "");
+        return {kPreamble + environment + stream + classes, std::move(stream_)};
     }
 
 private:
@@ -154,6 +158,8 @@ private:
         const Line *line;
         uint64_t lost_before;
     };
+
+    bool is_merged() const { return !sources_.empty(); }
 
     // A packet ends where records are missing, since it is packets that count them.
     void add_packets(const std::map<const Point *, uint32_t> &ids) {
@@ -188,13 +194,16 @@ private:
         stream_ += header.text() + events;
     }
 
-    static void add_event(Bytes &bytes, const Line &line, const std::map<const Point *, uint32_t> &ids) {
+    void add_event(Bytes &bytes, const Line &line, const std::map<const Point *, uint32_t> &ids) const {
         const trace_kbuf_record &record = *line.record;
         bytes.add(ids.at(line.point));
         bytes.add(record.time_ns);
         bytes.add(record.sequence);
         bytes.add(record.writer);
         bytes.add(static_cast<uint16_t>(record.line));
+        if (is_merged()) {
+            bytes.add_string(sources_[line.source]);
+        }
         if (line.point == nullptr) {
             bytes.add(record.identifier);
             bytes.add(static_cast<uint8_t>(record.value_count));
@@ -204,6 +213,7 @@ private:
         }
     }
 
+    const std::vector<std::string> &sources_;
     std::vector<Event> events_;
     uint64_t lost_at_end_ = 0;
     std::string stream_;
@@ -211,8 +221,8 @@ private:
 
 } // namespace
 
-CtfTrace render_ctf(const trace_kbuf_snapshot &snapshot, const Trace &trace, const std::vector<bool> &wanted) {
-    return Export(trace, wanted).make(snapshot);
+CtfTrace render_ctf(const Buffers &buffers, const Trace &trace, const std::vector<bool> &wanted) {
+    return Export(trace, wanted).make(buffers);
 }
 
 } // namespace ksltrace

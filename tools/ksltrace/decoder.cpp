@@ -54,7 +54,7 @@ private:
             Line &line = trace_.lines[i];
             std::vector<size_t> &open = open_entries[line.record->writer];
             if (is_kind(line, Kind::entry)) {
-                line.lone = Lone::no_exit; // until it is found
+                line.pairing = Pairing::no_exit; // until it is found
                 open.push_back(i);
             } else if (is_kind(line, Kind::exit)) {
                 close(i, open);
@@ -69,22 +69,22 @@ private:
             --level;
         }
         if (level == 0) {
-            trace_.lines[exit].lone = Lone::no_entry;
+            trace_.lines[exit].pairing = Pairing::no_entry;
             return;
         }
         for (size_t inner = level; inner < open.size(); ++inner) {
-            trace_.lines[open[inner]].lone = Lone::left_early;
+            trace_.lines[open[inner]].pairing = Pairing::left_early;
         }
         const size_t entry = open[level - 1];
-        trace_.lines[entry].lone = Lone::no;
+        trace_.lines[entry].pairing = Pairing::complete;
         partners_[entry] = exit;
         partners_[exit] = entry;
         open.resize(level - 1);
     }
 
     struct Writer {
-        std::vector<size_t> open;  // operations whose exit is still to come
-        size_t lone_entry = kNone; // the operation of an entry without exit, as long as its steps follow
+        std::vector<size_t> open;          // operations whose exit is still to come
+        size_t entry_without_exit = kNone; // the operation of an entry without exit, as long as its steps follow
         Line *last = nullptr;
     };
 
@@ -118,16 +118,16 @@ private:
         line.operation = begin_operation(line, writer);
         trace_.operations[line.operation].entry = index;
         trace_.operations[line.operation].chip = value_of(line, "chip", ValueType::decimal);
-        const bool is_lone = partners_[index] == kNone;
-        writer.lone_entry = is_lone ? line.operation : kNone;
-        if (!is_lone) {
+        const bool has_no_exit = partners_[index] == kNone;
+        writer.entry_without_exit = has_no_exit ? line.operation : kNone;
+        if (!has_no_exit) {
             writer.open.push_back(line.operation);
         }
     }
 
     void leave(size_t index, Writer &writer) {
         Line &line = trace_.lines[index];
-        writer.lone_entry = kNone;
+        writer.entry_without_exit = kNone;
         if (partners_[index] != kNone) {
             line.operation = writer.open.back();
             writer.open.pop_back();
@@ -144,20 +144,20 @@ private:
     }
 
     void stay(Line &line, Writer &writer) {
-        const bool is_behind_lone = writer.lone_entry != kNone;
-        line.depth = static_cast<unsigned>(writer.open.size()) + (is_behind_lone ? 1 : 0);
-        if (is_behind_lone) {
-            line.operation = writer.lone_entry;
+        const bool follows_entry = writer.entry_without_exit != kNone;
+        line.depth = static_cast<unsigned>(writer.open.size()) + (follows_entry ? 1 : 0);
+        if (follows_entry) {
+            line.operation = writer.entry_without_exit;
         } else if (!writer.open.empty()) {
             line.operation = writer.open.back();
         }
         if (is_kind(line, Kind::failure) && line.operation != kNone) {
             trace_.operations[line.operation].has_failure = true;
         }
-        // The run time is the first record behind its operation's exit.
+        // The run time is the first record after its operation's exit.
         if (is_kind(line, Kind::elapsed) && writer.last != nullptr && is_kind(*writer.last, Kind::exit)) {
             writer.last->run_time_us = line.record->values[0];
-            line.told_by_exit = true;
+            line.shown_by_exit = true;
         }
     }
 

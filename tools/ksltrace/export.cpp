@@ -24,17 +24,17 @@ bool write_file(const std::string &path, const std::string &bytes) {
     return std::fclose(file) == 0 && written;
 }
 
-// Whoever finds half a folder must not take it for a trace: it goes again.
+// Half a folder is removed again, for it would be taken for a trace.
 bool write_folder(const std::string &folder, const CtfTrace &trace) {
     std::error_code error;
     if (!std::filesystem::create_directory(folder, error)) {
-        tools::complain("ksltrace", fmt::format("the folder {} cannot be made: {}", folder,
-                                                error ? error.message() : "it exists; name a new one"));
+        complain(fmt::format("the folder {} cannot be made: {}", folder,
+                             error ? error.message() : "it exists; name a new one"));
         return false;
     }
     if (!write_file(folder + "/metadata", trace.metadata) || !write_file(folder + "/stream", trace.stream)) {
         const std::string reason = std::generic_category().message(errno);
-        tools::complain("ksltrace", fmt::format("the files of {} cannot be written: {}", folder, reason));
+        complain(fmt::format("the files of {} cannot be written: {}", folder, reason));
         std::filesystem::remove_all(folder, error);
         return false;
     }
@@ -45,22 +45,21 @@ bool write_folder(const std::string &folder, const CtfTrace &trace) {
 
 int export_trace(const Request &request, Format format, const std::string &folder, tools::StandardOutput &out) {
     const Reading reading = read(request);
-    const trace_kbuf_snapshot &snapshot = *reading.snapshot;
     bool done = true;
-    if (snapshot.version != 0) {
+    if (!reading.is_empty()) {
         switch (format) {
         case Format::json:
-            out.write(render_json_lines(snapshot, reading.trace, reading.wanted));
+            out.write(render_json_lines(reading.buffers(), reading.trace, reading.wanted));
             break;
         case Format::perfetto:
-            out.write(render_perfetto(snapshot, reading.trace, reading.wanted));
+            out.write(render_perfetto(reading.buffers(), reading.trace, reading.wanted));
             break;
         case Format::ctf:
-            done = write_folder(folder, render_ctf(snapshot, reading.trace, reading.wanted));
+            done = write_folder(folder, render_ctf(reading.buffers(), reading.trace, reading.wanted));
             break;
         }
     }
-    const int status = conclude(request, snapshot, out);
+    const int status = conclude(reading, out);
     return done ? status : tools::kFailed;
 }
 

@@ -1,77 +1,106 @@
 // SPDX-License-Identifier: Apache-2.0
-// What "--help" says.
+// What "--help" says, in lines of at most 80 columns.
 #pragma once
 
 namespace ksltrace {
 
 inline constexpr char kDescription[] = "Shows the trace records of the switch library libksl.so.";
 
-inline constexpr char kHelp[] = R"("ksltrace COMMAND --help" tells more about a command.
+inline constexpr char kHelp[] = R"("ksltrace COMMAND --help" describes a command.
 
 How a trace is kept:
-  A program that runs with TRACE_KBUF_DIR=folder keeps its trace buffers as files of that folder. They can be
-  read while it runs, after it has ended in whatever way, and on another machine of either byte order.
-  libksl.so's buffer is named XKSL.
+  A program that runs with TRACE_KBUF_DIR=FOLDER keeps its trace buffers as
+  files in that folder. They can be read while it runs, after it has ended in
+  whatever way, and on another machine of either byte order. The buffer of
+  libksl.so is named XKSL. kslctl records into FOLDER/kslctl, so that looking at
+  a hub does not overwrite what a service recorded.
+
+What is read:
+  A file is read alone. A folder means all trace files in it and in the folders
+  below it, in the order of their times; each line names its file and thread.
+  Within a file, records keep the order in which they were written, also when
+  the clock was set back.
 
 Examples:
-  TRACE_KBUF_DIR=/var/tmp/traces ksltrace show XKSL
-  ksltrace show /var/tmp/traces/XKSL.kbuf --failed --since 10m
+  export TRACE_KBUF_DIR=/var/tmp/traces
+  ksltrace show --failed --since 10m
+  ksltrace show /var/tmp/traces/XKSL.kbuf
   ssh hub cat /var/tmp/traces/XKSL.kbuf | ksltrace show -
   ksltrace export XKSL --perfetto >trace.json
 
 Environment:
-  TRACE_KBUF_DIR   the folder in which buffers are looked up by their names
-  PAGER            what shows long text on a terminal; default: less, if there is one
+  TRACE_KBUF_DIR   the folder that is read when none is named, and in which
+                   names of buffers are looked up. Of a name with %e or %p, the
+                   folders before it count
+  PAGER            what shows long text on a terminal; default: less, if it is
+                   installed
+  COLUMNS          width of the terminal; default: what the terminal says
   NO_COLOR         if set and not empty: no emphasis on a terminal either
 
 Exit status:
   0  done
   2  the command line is wrong
-  3  the trace cannot be read, or only in part: what can be read is shown, the problem is on stderr)";
+  3  a trace cannot be read, or only in part: what can be read is shown, stderr
+     says what is wrong)";
 
 inline constexpr char kListHelp[] =
-    R"(Each buffer is a line: its name, the records there of those written, the times of the first and the last, the
-file, and the machine and build that made it.)";
+    R"(Each buffer is a line: its name, its file, the room for records, the records
+that are there, the records that were written, the times of the first and the
+last, and the machine and build that made it.)";
 
 inline constexpr char kShowHelp[] =
-    R"(The first line tells the buffer, the records in it of those written, and who wrote them. Then each operation is a
-line, and what went on inside it is indented below:
-  2024-05-06T07:08:09.123456Z ksl_read_VLAN_map chip=0 vid=10 -> 0 in 31.0 us
-  time       UTC, ISO 8601, microseconds, of the operation's beginning
-  [writer]   the thread that wrote it, if several did
-  arguments  as recorded at its entry; for a register that has one, its name in parentheses
-  -> result  and other values that were recorded at its exit. Some operations record no result: "done", or "failed"
-             when a failure was recorded inside
-  in ...     the time between the records of its entry and its exit. "run time" is what the library measured itself,
-             where ksl_enable_time() was in force
+    R"(The first line names the buffer, and has the number of its records, of those
+written, and who wrote them. Then each operation is a line, and what happened
+inside it is indented below:
+  07:08:09.123456 ksl_read_VLAN_map chip=0 vid=10 -> 0 in 31.0 us
+  time       when the operation began: UTC, microseconds. Each day's date is a
+             line before its times
+  [writer]   the file and the thread, if there are several
+  arguments  as recorded at its entry, and the name of the register
+  -> result  and other values that were recorded at its exit. Some operations
+             record no result: "done", or "failed" after a recorded failure
+  in ...     the time between the records of its entry and its exit. "run time"
+             is what the library measured, if ksl_enable_time() was called
 Instead of a result there may be:
   left early   the operation refused an argument and wrote no exit
-  no exit      the operation was left early, or has not come to its end: the last line of a process that died
-Lines with a mark are single records: ! a failure, - a step outside of operations, ? a record that no table knows.
+  no exit      the operation was left early, or has not ended: the last line of
+               a process that died
+Lines with a mark are single records: ! a failure, - a step outside of
+operations, ? a record that is in no catalogue.
 
-With --verbose each record is a line: > entry of an operation, < its exit, - a step, ! a failure, ? as above; then
-its values, of which bytes and 0x... are hexadecimal.
+With --verbose each record is a line: > entry of an operation, < its exit, - a
+step, ! a failure, ? as above; then its values, of which bytes and 0x... are
+hexadecimal.
 
-Missing records are told in their place: "overwritten" when the ring was full, else "damaged or not finished".)";
+Missing records are a line in their place: "overwritten" when the buffer was
+full, else "damaged or not finished".)";
 
 inline constexpr char kFollowHelp[] =
-    R"(Shows the last operations (--last, else 10) and then what comes, as "show" does, until Ctrl-C. A buffer that is not
-there yet is waited for; one that is removed and made again is taken up again. An operation that takes long is told
-as "no exit" at first, and once more when it ends.)";
+    R"(Shows the last operations (--last, else 10) and then new ones, as "show" does,
+until Ctrl-C. It waits for a buffer that does not exist yet, and goes on with
+one that was removed and made again. In a folder, new buffers are noticed after
+a second. An operation that takes long is shown with "no exit" first, and once
+more when it ends.)";
 
 inline constexpr char kStatsHelp[] =
-    R"(A line for each operation: how often it ran, how often it failed and with which codes, how often it has no exit
-(it refused an argument, or has not come to its end), and the least, the middle and the greatest time it took; 99 of
-100 took no longer than "99 %". Times are those between the records of entry and exit; --json also has those that the
-library measured itself.)";
+    R"(A line for each operation: how often it ran, how often it failed and with which
+codes, how often it has no exit (it refused an argument, or has not ended), and
+the least, the middle and the greatest time it took; 99 of 100 took no longer
+than "99 %". The times are those between the records of entry and exit; --json
+also has those that the library measured.
+
+Records of other programs are in no catalogue: they are counted as operations
+only if --catalogue names a file that describes them.)";
 
 inline constexpr char kExportHelp[] =
-    R"(--json and --perfetto write to the standard output. Times count from the first record with --perfetto, whose
-document has that record's time. Missing records are told: by their number in the records of --json, as events with
---perfetto, as discarded events with --ctf.)";
+    R"(--json and --perfetto write to the standard output. With --perfetto, times count
+from the first record, whose time the document has. Missing records are counted
+by the records of --json, are events with --perfetto, and discarded events with
+--ctf.)";
 
 inline constexpr char kCatalogueHelp[] =
-    R"(A JSON document with the identifier, kind, name, text and values of each trace point; docs/ksltrace.md tells more.
-With --catalogue, the points of that file are part of it.)";
+    R"(A JSON document with the identifier, kind, name, text and values of each trace
+point; docs/ksltrace.md describes it. With --catalogue, the points of that file
+are part of it.)";
 
 } // namespace ksltrace

@@ -2,6 +2,7 @@
 // ksltrace: shows what the library recorded.
 #include "ksltrace/catalogue_file.h"
 #include "ksltrace/commands.h"
+#include "ksltrace/fold.h"
 #include "ksltrace/help.h"
 #include "support/command_line.h"
 #include "support/exit_status.h"
@@ -23,10 +24,21 @@ struct Options {
     std::string since;
     std::optional<std::string> list_folder;
     ShowOptions show;
+    bool relative = false;
+    bool delta = false;
     bool stats_json = false;
     bool export_json = false;
     bool export_perfetto = false;
     std::string export_folder;
+};
+
+// The parser writes each description as one long line.
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_help(const CLI::App *app, std::string name, CLI::AppFormatMode mode) const override {
+        constexpr size_t kWidth = 80;
+        return fold(CLI::Formatter::make_help(app, std::move(name), mode), kWidth, get_column_width());
+    }
 };
 
 // What is wrong with a command line, as one sentence.
@@ -35,18 +47,22 @@ class UsageError : public std::runtime_error {
 };
 
 void add_source(CLI::App &command, Options &options) {
-    command
-        .add_option("FILE-or-NAME", options.request.source,
-                    "A file, - for the standard input, or a buffer's name in TRACE_KBUF_DIR")
-        ->required();
+    command.add_option("TRACE", options.request.source,
+                       "A file, a folder, the name of a buffer in TRACE_KBUF_DIR, or - for the standard input. "
+                       "Default: the folder TRACE_KBUF_DIR");
+}
+
+void add_times(CLI::App &command, Options &options) {
+    command.add_flag("--relative", options.relative, "Times are seconds since the first line");
+    command.add_flag("--delta", options.delta, "Times are seconds since the line before");
 }
 
 void add_selection(CLI::App &command, Options &options) {
     Selection &selection = options.request.selection;
-    command.add_option("--operation", selection.operations, "Only operations of that name; * and ? stand for letters")
+    command.add_option("--operation", selection.operations, "Only operations of that name; * and ? match letters")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    command.add_flag("--failed", selection.failed, "Only what failed, or did not come to its exit");
+    command.add_flag("--failed", selection.failed, "Only what failed or has no exit");
     command.add_option("--chip", selection.chips, "Only operations on that chip; several as a list (0,1)")
         ->type_name("N")
         ->allow_extra_args(false)
@@ -56,7 +72,7 @@ void add_selection(CLI::App &command, Options &options) {
         .add_option("--since", options.since,
                     "Only what began then (2024-05-06T07:08:09Z) or that long ago (90s, 10m, 2h, 3d)")
         ->type_name("TIME");
-    command.add_option("--last", selection.last, "Only the last N operations of these, and what came after")
+    command.add_option("--last", selection.last, "Only the last N of these operations, and what came after")
         ->type_name("N")
         ->check(CLI::Range(1U, UINT32_MAX).description(""));
 }
@@ -90,6 +106,7 @@ Commands add_commands(CLI::App &app, Options &options) {
     }
     for (CLI::App *const command : {commands.show, commands.follow}) {
         command->add_flag("--verbose", options.show.verbose, "Each record, with the source line that wrote it");
+        add_times(*command, options);
     }
     commands.show->add_flag("--no-pager", options.show.no_pager, "Never through a pager, also on a terminal");
     commands.stats->add_flag("--json", options.stats_json, "One JSON document (docs/ksltrace.md)");
@@ -109,7 +126,7 @@ tools::Suggestions suggestions() {
             operations.emplace_back(point->text);
         }
     }
-    return {{"FILE-or-NAME", {tools::kFiles}},
+    return {{"TRACE", {tools::kFiles}},
             {"FOLDER", {tools::kFiles}},
             {"--catalogue", {tools::kFiles}},
             {"--ctf", {tools::kFiles}},
@@ -129,6 +146,10 @@ void complete(Options &options) {
             throw UsageError(fmt::format("no operation \"{}\" is in the catalogue", pattern));
         }
     }
+    if (options.relative && options.delta) {
+        throw UsageError("--relative and --delta exclude each other");
+    }
+    options.show.times = options.relative ? TimeStyle::relative : options.delta ? TimeStyle::delta : TimeStyle::of_day;
     if (!options.since.empty()) {
         const auto now = std::chrono::system_clock::now().time_since_epoch();
         selection.since_ns = parse_since(
@@ -142,11 +163,8 @@ void complete(Options &options) {
 }
 
 std::string folder_to_list(const Options &options) {
-    if (options.list_folder) {
-        return *options.list_folder;
-    }
-    const char *const folder = std::getenv("TRACE_KBUF_DIR");
-    if (folder == nullptr || folder[0] == '\0') {
+    std::string folder = options.list_folder.value_or(trace_folder());
+    if (folder.empty()) {
         throw UsageError("name the folder, or set TRACE_KBUF_DIR to it");
     }
     return folder;
@@ -157,6 +175,9 @@ int execute(const Commands &commands, Options &options, tools::StandardOutput &o
     if (commands.list->parsed()) {
         return list(folder_to_list(options), out);
     }
+    if (!commands.catalogue->parsed() && options.request.source.empty() && trace_folder().empty()) {
+        throw UsageError("name a file, a folder or a buffer, or set TRACE_KBUF_DIR to a folder");
+    }
     if (commands.show->parsed()) {
         return show(options.request, options.show, out);
     }
@@ -165,7 +186,7 @@ int execute(const Commands &commands, Options &options, tools::StandardOutput &o
             throw UsageError("the standard input cannot be followed; name a file or a buffer");
         }
         options.request.selection.last = options.request.selection.last.value_or(kFollowedAtFirst);
-        return follow(std::move(options.request), options.show.verbose, out);
+        return follow(std::move(options.request), options.show, out);
     }
     if (commands.stats->parsed()) {
         return stats(options.request, options.stats_json, out);
@@ -183,6 +204,7 @@ int execute(const Commands &commands, Options &options, tools::StandardOutput &o
 int run(int argc, char **argv) {
     tools::StandardOutput out("ksltrace");
     CLI::App app(kDescription, "ksltrace");
+    app.formatter(std::make_shared<HelpFormatter>());
     app.footer(kHelp);
     app.set_version_flag("--version", "ksltrace " KSL_VERSION);
     app.require_subcommand(1);
@@ -213,7 +235,7 @@ int main(int argc, char **argv) {
     try {
         return ksltrace::run(argc, argv);
     } catch (const std::exception &error) {
-        tools::complain("ksltrace", error.what());
+        ksltrace::complain(error.what());
         return tools::kFailed;
     }
 }

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fmt/core.h>
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -15,7 +15,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int kProcess = 1; // of all writers: the trace does not tell which threads are of one process
+// A process for each file: a trace does not say which threads are of one process.
+size_t process_of(const Line &line) {
+    return line.source + 1;
+}
 
 class Events {
 public:
@@ -31,8 +34,13 @@ public:
 
     uint64_t start_ns() const { return start_ns_ == UINT64_MAX ? 0 : start_ns_; }
 
-    Json make(const std::string &buffer) {
-        add({{"ph", "M"}, {"name", "process_name"}, {"pid", kProcess}, {"args", {{"name", "trace buffer " + buffer}}}});
+    Json make(const std::vector<std::string> &names) {
+        for (size_t i = 0; i < names.size(); ++i) {
+            add({{"ph", "M"},
+                 {"name", "process_name"},
+                 {"pid", i + 1},
+                 {"args", {{"name", "trace buffer " + names[i]}}}});
+        }
         uint64_t lost = 0;
         for (size_t i = 0; i < trace_.lines.size(); ++i) {
             const Line &line = trace_.lines[i];
@@ -40,7 +48,7 @@ public:
             if (!wanted_[i]) {
                 continue;
             }
-            name_writer(line.record->writer);
+            name_writer(line);
             if (lost > 0) {
                 add_gap(lost, line);
                 lost = 0;
@@ -64,11 +72,12 @@ private:
         }
     }
 
-    void name_writer(uint32_t writer) {
-        if (named_.insert(writer).second) {
+    void name_writer(const Line &line) {
+        const uint32_t writer = line.record->writer;
+        if (named_.insert({line.source, writer}).second) {
             add({{"ph", "M"},
                  {"name", "thread_name"},
-                 {"pid", kProcess},
+                 {"pid", process_of(line)},
                  {"tid", writer},
                  {"args", {{"name", fmt::format("writer {}", writer)}}}});
         }
@@ -80,10 +89,10 @@ private:
         } else if (line.point->kind == Kind::entry) {
             add_operation(line);
         } else if (line.point->kind == Kind::exit) {
-            if (line.lone == Lone::no_entry) {
+            if (line.pairing == Pairing::no_entry) {
                 add_instant(line, std::string(line.point->text) + " (entry lost)", "exit");
             }
-        } else if (!line.told_by_exit) {
+        } else if (!line.shown_by_exit) {
             add_instant(line, std::string(line.point->text), std::string(word_of(line.point->kind)));
         }
     }
@@ -101,7 +110,7 @@ private:
                 args["run_time_us"] = *exit.run_time_us;
             }
         } else {
-            args["note"] = entry.lone == Lone::left_early ? "left early" : "no exit";
+            args["note"] = entry.pairing == Pairing::left_early ? "left early" : "no exit";
         }
         Json event = event_at(entry, "X", std::string(operation.name));
         event["dur"] = std::max(std::round(duration * 1e3) / 1e3, 0.0); // to the nanosecond, as the times
@@ -132,7 +141,7 @@ private:
     Json event_at(const Line &line, const char *phase, const std::string &name) const {
         return {{"ph", phase},
                 {"name", name},
-                {"pid", kProcess},
+                {"pid", process_of(line)},
                 {"tid", line.record->writer},
                 {"ts", span_us(start_ns_, line.record->time_ns)}};
     }
@@ -171,17 +180,23 @@ private:
     const std::vector<bool> &wanted_;
     uint64_t start_ns_ = UINT64_MAX;
     std::vector<uint64_t> ends_; // by operation: time of the last record in it
-    std::set<uint32_t> named_;
+    std::set<std::pair<size_t, uint32_t>> named_;
     Json events_ = Json::array();
 };
 
 } // namespace
 
-std::string render_perfetto(const trace_kbuf_snapshot &snapshot, const Trace &trace, const std::vector<bool> &wanted) {
+std::string render_perfetto(const Buffers &buffers, const Trace &trace, const std::vector<bool> &wanted) {
     Events events(trace, wanted);
+    std::vector<std::string> names = trace.sources;
+    std::string buffer = fmt::format("{}", fmt::join(names, ", "));
+    if (names.empty()) {
+        buffer = buffers.front()->name;
+        names.push_back(buffer);
+    }
     const Json document = {{"displayTimeUnit", "ns"},
-                           {"otherData", {{"buffer", snapshot.name}, {"start", render_time(events.start_ns())}}},
-                           {"traceEvents", events.make(snapshot.name)}};
+                           {"otherData", {{"buffer", buffer}, {"start", render_time(events.start_ns())}}},
+                           {"traceEvents", events.make(names)}};
     return document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -8,8 +8,9 @@
 
 namespace ksltrace {
 
-// Operations are spans, the records inside them instants, and each writer is a thread. Times count from the first
-// record, whose own time is in "otherData"; a viewer's numbers are too short for the microseconds since 1970.
-std::string render_perfetto(const trace_kbuf_snapshot &snapshot, const Trace &trace, const std::vector<bool> &wanted);
+// Operations are spans, the records inside them instants. Each file is a process, and each writer a thread. Times count
+// from the first record, whose own time is in "otherData"; a viewer's numbers are too short for the microseconds since
+// 1970.
+std::string render_perfetto(const Buffers &buffers, const Trace &trace, const std::vector<bool> &wanted);
 
 } // namespace ksltrace

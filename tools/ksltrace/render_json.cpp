@@ -58,9 +58,12 @@ Json buffer_json(const trace_kbuf_snapshot &snapshot) {
             {"problem", snapshot.status == TRACE_KBUF_WHOLE ? Json(nullptr) : Json(snapshot.problem)}};
 }
 
-Json render_line(const Line &line) {
+Json render_line(const Trace &trace, const Line &line) {
     const trace_kbuf_record &record = *line.record;
     Json json;
+    if (!trace.sources.empty()) {
+        json["source"] = trace.sources[line.source];
+    }
     json["sequence"] = record.sequence;
     json["lost_before"] = line.lost_before;
     json["overwritten_before"] = line.overwritten_before;
@@ -75,7 +78,7 @@ Json render_line(const Line &line) {
     json["values"] = values_of(line);
     const std::string name = register_of(line);
     json["register"] = name.empty() ? Json(nullptr) : Json(name);
-    const std::string_view note = note_of(line.lone);
+    const std::string_view note = note_of(line.pairing);
     json["note"] = note.empty() ? Json() : Json(note);
     json["elapsed_us"] = line.elapsed_us ? Json(rounded(*line.elapsed_us)) : Json(nullptr);
     json["run_time_us"] = line.run_time_us ? Json(*line.run_time_us) : Json(nullptr);
@@ -87,22 +90,30 @@ Json render_line(const Line &line) {
 Json render_json(const Trace &trace) {
     Json lines = Json::array();
     for (const Line &line : trace.lines) {
-        lines.push_back(render_line(line));
+        lines.push_back(render_line(trace, line));
     }
     return lines;
 }
 
-std::string render_json_lines(const trace_kbuf_snapshot &snapshot, const Trace &trace,
-                              const std::vector<bool> &wanted) {
-    std::string text =
-        text_of({{"schema", "ksl.trace/1"}, {"buffer", buffer_json(snapshot)}, {"lost_at_end", trace.lost_at_end}});
+std::string render_json_lines(const Buffers &buffers, const Trace &trace, const std::vector<bool> &wanted) {
+    std::string text;
+    for (size_t i = 0; i < buffers.size(); ++i) {
+        Json json{{"schema", "ksl.trace/1"}};
+        if (!trace.sources.empty()) {
+            json["source"] = trace.sources[i];
+        }
+        json["buffer"] = buffer_json(*buffers[i]);
+        json["lost_at_end"] = trace.lost_at_end;
+        text += text_of(json);
+    }
     for (size_t i = 0; i < trace.lines.size(); ++i) {
-        text += wanted[i] ? text_of(render_line(trace.lines[i])) : "";
+        text += wanted[i] ? text_of(render_line(trace, trace.lines[i])) : "";
     }
     return text;
 }
 
-std::string render_json(const trace_kbuf_snapshot &snapshot, const std::vector<OperationStatistics> &statistics) {
+std::string render_json(const Buffers &buffers, const Trace &trace,
+                        const std::vector<OperationStatistics> &statistics) {
     Json operations = Json::array();
     for (const OperationStatistics &row : statistics) {
         Json codes = Json::array();
@@ -117,7 +128,17 @@ std::string render_json(const trace_kbuf_snapshot &snapshot, const std::vector<O
                               {"elapsed_us", times_json(row.elapsed_us)},
                               {"run_time_us", times_json(row.run_time_us)}});
     }
-    return text_of({{"schema", "ksl.trace-stats/1"}, {"buffer", buffer_json(snapshot)}, {"operations", operations}});
+    Json document{{"schema", "ksl.trace-stats/1"}};
+    if (trace.sources.empty()) {
+        document["buffer"] = buffer_json(*buffers.front());
+    } else {
+        document["buffers"] = Json::array();
+        for (size_t i = 0; i < buffers.size(); ++i) {
+            document["buffers"].push_back({{"source", trace.sources[i]}, {"buffer", buffer_json(*buffers[i])}});
+        }
+    }
+    document["operations"] = operations;
+    return text_of(document);
 }
 
 } // namespace ksltrace

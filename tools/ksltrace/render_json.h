@@ -12,9 +12,10 @@ namespace ksltrace {
 // A list with one object for each record.
 nlohmann::ordered_json render_json(const Trace &trace);
 
-// The buffer's object, then such an object for each wanted record, a line each.
-std::string render_json_lines(const trace_kbuf_snapshot &snapshot, const Trace &trace, const std::vector<bool> &wanted);
+// An object for each buffer, then one for each wanted record, a line each.
+std::string render_json_lines(const Buffers &buffers, const Trace &trace, const std::vector<bool> &wanted);
 
-std::string render_json(const trace_kbuf_snapshot &snapshot, const std::vector<OperationStatistics> &statistics);
+// The trace says which file each buffer is from.
+std::string render_json(const Buffers &buffers, const Trace &trace, const std::vector<OperationStatistics> &statistics);
 
 } // namespace ksltrace

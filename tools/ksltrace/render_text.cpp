@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <iterator>
+#include <map>
 
 namespace ksltrace {
 
@@ -49,7 +50,7 @@ std::string values_of(const Line &line) {
     return text;
 }
 
-// Without addresses, which tell nobody anything in an overview, and without the result, which has a place of its own.
+// Without addresses, which are of no use in an overview, and without the result, which the summary shows elsewhere.
 std::string main_values_of(const Line &line) {
     std::string text;
     for (size_t i = 0; i < line.point->values.size(); ++i) {
@@ -77,46 +78,56 @@ bool has_several_writers(const Trace &trace) {
     return std::any_of(trace.lines.begin(), trace.lines.end(), other);
 }
 
-const char *records(uint64_t count) {
-    return count == 1 ? "record" : "records";
-}
+struct Gap {
+    uint64_t overwritten = 0;
+    uint64_t unreadable = 0;
+};
 
 class Renderer {
 public:
     Renderer(const Trace &trace, const TextStyle &style, const TextPart &part)
-        : trace_(trace), style_(style), part_(part), name_writers_(has_several_writers(trace)) {}
+        : trace_(trace), style_(style), part_(part), times_(part.times != nullptr ? *part.times : own_times_),
+          name_writers_(!trace.sources.empty() || has_several_writers(trace)) {}
 
     std::string render() {
         const size_t end = std::min(part_.end, trace_.lines.size());
         for (size_t i = part_.begin; i < end; ++i) {
             const Line &line = trace_.lines[i];
-            overwritten_ += std::min(line.overwritten_before, line.lost_before);
-            unreadable_ += line.lost_before - std::min(line.overwritten_before, line.lost_before);
+            if (line.lost_before > 0) {
+                Gap &gap = gaps_[line.source];
+                gap.overwritten += std::min(line.overwritten_before, line.lost_before);
+                gap.unreadable += line.lost_before - std::min(line.overwritten_before, line.lost_before);
+            }
             if (part_.wanted == nullptr || (*part_.wanted)[i]) {
                 style_.summary ? add_summary(line) : add_record(line);
             }
         }
+        add_gaps();
         if (end == trace_.lines.size()) {
-            unreadable_ += trace_.lost_at_end;
+            add_gap(trace_.lost_at_end, "damaged or not finished", "");
         }
-        add_gap();
         return std::move(text_);
     }
 
 private:
-    // What is missing is told once, before the next line shown.
-    void add_gap() {
-        if (overwritten_ > 0) {
-            text_ += fmt::format("-- {} {} overwritten --\n", overwritten_, records(overwritten_));
+    // Missing records are named once, before the next line shown.
+    void add_gaps() {
+        for (const auto &[source, gap] : gaps_) {
+            const std::string of = trace_.sources.empty() ? "" : fmt::format(" of {}", trace_.sources[source]);
+            add_gap(gap.overwritten, "overwritten", of);
+            add_gap(gap.unreadable, "damaged or not finished", of);
         }
-        if (unreadable_ > 0) {
-            text_ += fmt::format("-- {} {} damaged or not finished --\n", unreadable_, records(unreadable_));
+        gaps_.clear();
+    }
+
+    void add_gap(uint64_t count, const char *why, const std::string &of) {
+        if (count > 0) {
+            text_ += fmt::format("-- {} {}{} {} --\n", count, count == 1 ? "record" : "records", of, why);
         }
-        overwritten_ = unreadable_ = 0;
     }
 
     void add_record(const Line &line) {
-        if (line.told_by_exit) {
+        if (line.shown_by_exit) {
             return;
         }
         begin_line(line);
@@ -141,15 +152,16 @@ private:
             add_record(line);
             return;
         }
-        const bool is_told = part_.told_open != nullptr && line.point->kind == Kind::exit && line.lone == Lone::no &&
-                             part_.told_open->contains(entry_of(line).record->sequence);
+        const bool was_open = part_.open_before != nullptr && line.point->kind == Kind::exit &&
+                              line.pairing == Pairing::complete &&
+                              part_.open_before->contains({line.source, entry_of(line).record->sequence});
         switch (line.point->kind) {
         case Kind::entry:
             add_operation(line);
             break;
         case Kind::exit:
-            if (line.lone != Lone::no || is_told) {
-                add_lone_exit(line);
+            if (line.pairing != Pairing::complete || was_open) {
+                add_exit(line);
             }
             break;
         case Kind::failure:
@@ -157,7 +169,7 @@ private:
             break;
         case Kind::step:
         case Kind::elapsed:
-            if (line.operation == kNone && !line.told_by_exit) {
+            if (line.operation == kNone && !line.shown_by_exit) {
                 add_record(line);
             }
             break;
@@ -172,13 +184,13 @@ private:
             text_ += fmt::format(" ({})", name);
         }
         if (operation.exit == kNone) {
-            text_ += fmt::format(" {} {}\n", arrow(), note_of(entry.lone));
+            text_ += fmt::format(" {} {}\n", arrow(), note_of(entry.pairing));
             return;
         }
         add_outcome(trace_.lines[operation.exit], operation);
     }
 
-    void add_lone_exit(const Line &exit) {
+    void add_exit(const Line &exit) {
         begin_line(exit);
         text_ += emphasised(exit, exit.point->text);
         add_outcome(exit, trace_.operations[exit.operation]);
@@ -196,21 +208,23 @@ private:
     }
 
     void begin_line(const Line &line) {
-        add_gap();
-        const std::string time = render_time(line.record->time_ns);
+        add_gaps();
+        text_ += times_.heading(line.record->time_ns);
+        const std::string time = times_.next(line.record->time_ns);
         text_ += style_.emphasis ? fmt::format("{}{}{} ", kDim, time, kPlain) : time + " ";
         if (name_writers_) {
-            text_ += fmt::format("[{}] ", line.record->writer);
+            const std::string source = trace_.sources.empty() ? "" : trace_.sources[line.source] + " ";
+            text_ += fmt::format("[{}{}] ", source, line.record->writer);
         }
         text_.append(size_t{line.depth} * kIndent, ' ');
     }
 
-    // What is to be said beside the values, in parentheses.
+    // Notes follow the values in parentheses.
     void end_line(const Line &line, std::vector<std::string> notes) {
         if (const std::string name = register_of(line); !name.empty()) {
             notes.insert(notes.begin(), name);
         }
-        if (const std::string_view note = note_of(line.lone); !note.empty()) {
+        if (const std::string_view note = note_of(line.pairing); !note.empty()) {
             notes.emplace_back(note);
         }
         if (line.run_time_us) {
@@ -240,9 +254,10 @@ private:
     const Trace &trace_;
     const TextStyle &style_;
     const TextPart &part_;
+    TimeColumn own_times_;
+    TimeColumn &times_;
     bool name_writers_;
-    uint64_t overwritten_ = 0;
-    uint64_t unreadable_ = 0;
+    std::map<size_t, Gap> gaps_; // by source: what is missing before the next line shown
     std::string text_;
 };
 

@@ -27,7 +27,7 @@ bool loose_line_matches(const Line &line, const Selection &selection) {
            is_since(line, selection);
 }
 
-// Forgets what comes before the last `count` operations, not counting those inside others that are wanted, too.
+// Forgets the lines before the last `count` operations. Those inside others that are wanted do not count.
 void keep_last(const Trace &trace, const std::vector<bool> &wanted_operations, size_t count,
                std::vector<bool> &wanted) {
     size_t begin = trace.lines.size();
@@ -77,7 +77,7 @@ std::optional<int64_t> seconds_since_1970(const tm &time) {
     return ((days * 24 + time.tm_hour) * 60 + time.tm_min) * 60 + time.tm_sec;
 }
 
-// The fraction of a second in nanoseconds, and perhaps a Z behind it.
+// The fraction of a second in nanoseconds, and perhaps a Z after it.
 std::optional<uint64_t> parse_fraction(std::string_view text) {
     uint64_t ns = 0;
     if (text.starts_with('.')) {
@@ -111,7 +111,7 @@ bool matches(const Trace &trace, const Operation &operation, const Selection &se
 std::vector<bool> select(const Trace &trace, const Selection &selection) {
     std::vector<bool> operations;
     for (const Operation &operation : trace.operations) {
-        // An operation stands behind the one around it.
+        // An operation comes after the one around it.
         const bool is_inside = operation.parent != kNone && operations[operation.parent];
         operations.push_back(is_inside || matches(trace, operation, selection));
     }
@@ -136,7 +136,7 @@ std::optional<uint64_t> parse_since(const std::string &text, uint64_t now_ns) {
     if (!seconds || *seconds < 0) {
         return std::nullopt;
     }
-    // No record can be later than what the nanoseconds can tell.
+    // No record can be later than the nanoseconds can count.
     constexpr uint64_t kLatest = UINT64_MAX / kPerSecond - 1;
     return std::min(static_cast<uint64_t>(*seconds), kLatest) * kPerSecond + *fraction;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What of a trace the user wants to see.
+// Which part of a trace the user wants to see.
 #pragma once
 
 #include "ksltrace/decoder.h"

@@ -1,21 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/commands.h"
+#include "ksltrace/fold.h"
 #include "ksltrace/render_text.h"
 #include "support/exit_status.h"
 #include "support/pager.h"
 
 #include <fmt/core.h>
+#include <json/problem.h>
 #include <optional>
 
 namespace ksltrace {
 
 namespace {
 
-std::string heading(const trace_kbuf_snapshot &snapshot) {
-    return fmt::format("{}: {} of {} records, {} overwritten{} ({})\n", snapshot.name, snapshot.record_count,
-                       snapshot.written, snapshot.overwritten,
-                       snapshot.incomplete > 0 ? fmt::format(", {} damaged or not finished", snapshot.incomplete) : "",
-                       machine_of(snapshot));
+constexpr size_t kIndent = 4; // of headings that go on
+
+std::string heading(const Reading &reading) {
+    uint64_t present = 0;
+    uint64_t written = 0;
+    uint64_t overwritten = 0;
+    uint64_t incomplete = 0;
+    for (const Snapshot &snapshot : reading.snapshots) {
+        present += snapshot->record_count;
+        written += snapshot->written;
+        overwritten += snapshot->overwritten;
+        incomplete += snapshot->incomplete;
+    }
+    const size_t count = reading.snapshots.size();
+    const std::string machine =
+        reading.sources.is_merged() ? "" : fmt::format(" ({})", machine_of(*reading.snapshots.front()));
+    const std::string what = reading.sources.is_merged()
+                                 ? fmt::format("{}: {} {}, ", json::printable(reading.sources.folder), count,
+                                               count == 1 ? "buffer" : "buffers")
+                                 : fmt::format("{}: ", reading.snapshots.front()->name);
+    return fmt::format("{}{} of {} records, {} overwritten{}{}\n", what, present, written, overwritten,
+                       incomplete > 0 ? fmt::format(", {} damaged or not finished", incomplete) : "", machine);
 }
 
 } // namespace
@@ -26,21 +45,23 @@ int show(const Request &request, const ShowOptions &options, tools::StandardOutp
                           .source_lines = options.verbose,
                           .unicode = wants_unicode(),
                           .emphasis = out.wants_emphasis()};
+    const size_t width = terminal_width(out);
     std::optional<tools::Pager> pager;
-    if (!options.no_pager && out.is_terminal() && reading.snapshot->record_count > 0) {
+    if (!options.no_pager && out.is_terminal() && !reading.trace.lines.empty()) {
         pager.emplace();
     }
     // Nothing of a file that does not even say what it is.
-    if (reading.snapshot->version != 0) {
-        out.write(heading(*reading.snapshot));
+    if (!reading.is_empty()) {
+        out.write(fold(heading(reading), width, kIndent));
     }
-    out.write(render_text(reading.trace, style, {.wanted = &reading.wanted}));
+    TimeColumn times(options.times);
+    const std::string text = render_text(reading.trace, style, {.wanted = &reading.wanted, .times = &times});
+    out.write(fold(text, width, times.width() + kIndent));
     if (pager && !pager->finish()) {
-        tools::complain("ksltrace", fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without",
-                                                pager->command()));
+        complain(fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without", pager->command()));
         return tools::kFailed;
     }
-    return conclude(request, *reading.snapshot, out);
+    return conclude(reading, out);
 }
 
 } // namespace ksltrace

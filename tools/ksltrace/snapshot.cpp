@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/snapshot.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <iterator>
+#include <json/problem.h>
 #include <new>
-#include <optional>
 #include <unistd.h>
 
 namespace ksltrace {
@@ -17,12 +14,11 @@ namespace {
 // More than any buffer's file has.
 constexpr size_t kLongestInput = size_t{64} << 20;
 
+// No text becomes longer by that.
 template <size_t Room>
 void make_printable(char (&text)[Room]) {
-    const auto breaks = [](char letter) {
-        return (static_cast<unsigned char>(letter) < ' ' && letter != '\0') || letter == 0x7F;
-    };
-    std::replace_if(std::begin(text), std::end(text), breaks, '?');
+    const std::string clean = json::printable(text);
+    text[clean.copy(text, Room - 1)] = '\0';
 }
 
 Snapshot read_stdin() {
@@ -39,20 +35,6 @@ Snapshot read_stdin() {
     return owned(trace_kbuf_snapshot_bytes(bytes.data(), bytes.size(), "the standard input"));
 }
 
-std::optional<std::string> path_of_buffer(const std::string &name) {
-    const char *const directory = getenv("TRACE_KBUF_DIR");
-    if (directory == nullptr || directory[0] == '\0' || name.find('/') != name.npos) {
-        return std::nullopt;
-    }
-    const int length = trace_kbuf_file_path(nullptr, 0, directory, name.c_str());
-    if (length < 0) {
-        return std::nullopt;
-    }
-    std::string path(static_cast<size_t>(length), '\0');
-    trace_kbuf_file_path(path.data(), path.size() + 1, directory, name.c_str());
-    return path;
-}
-
 } // namespace
 
 Snapshot owned(trace_kbuf_snapshot *snapshot) {
@@ -61,16 +43,12 @@ Snapshot owned(trace_kbuf_snapshot *snapshot) {
     }
     make_printable(snapshot->name);
     make_printable(snapshot->writer);
+    make_printable(snapshot->problem);
     return Snapshot(snapshot);
 }
 
-std::string path_of(const std::string &file_or_name) {
-    const bool exists = access(file_or_name.c_str(), F_OK) == 0;
-    return exists ? file_or_name : path_of_buffer(file_or_name).value_or(file_or_name);
-}
-
-Snapshot read_snapshot(const std::string &file_or_name) {
-    return file_or_name == "-" ? read_stdin() : owned(trace_kbuf_snapshot_file(path_of(file_or_name).c_str()));
+Snapshot read_snapshot(const std::string &path) {
+    return path == "-" ? read_stdin() : owned(trace_kbuf_snapshot_file(path.c_str()));
 }
 
 Snapshot read_live_snapshot(const std::string &name) {

@@ -61,7 +61,7 @@ std::string codes_of(const OperationStatistics &statistics) {
         with_code += count;
     }
     if (statistics.failed > with_code) {
-        text += fmt::format("{}{} not told", text.empty() ? "" : ", ", statistics.failed - with_code);
+        text += fmt::format("{}{} without a code", text.empty() ? "" : ", ", statistics.failed - with_code);
     }
     return text.empty() ? std::string(tools::kNothing) : text;
 }

@@ -57,15 +57,15 @@ std::string register_of(const Line &line) {
     return page && offset ? register_name(*page, *offset) : std::string();
 }
 
-std::string_view note_of(Lone lone) {
-    switch (lone) {
-    case Lone::left_early:
+std::string_view note_of(Pairing pairing) {
+    switch (pairing) {
+    case Pairing::left_early:
         return "left early";
-    case Lone::no_exit:
+    case Pairing::no_exit:
         return "no exit";
-    case Lone::no_entry:
+    case Pairing::no_entry:
         return "entry lost";
-    case Lone::no:
+    case Pairing::complete:
         break;
     }
     return {};

@@ -21,7 +21,7 @@ std::string render_time(uint64_t time_ns);
 // The register that a record names by page and offset; empty when it names none, or one without a name.
 std::string register_of(const Line &line);
 
-// What is said of a line that lacks its counterpart; empty where nothing is.
-std::string_view note_of(Lone lone);
+// How an entry without an exit, or an exit without an entry, is marked; empty for others.
+std::string_view note_of(Pairing pairing);
 
 } // namespace ksltrace
