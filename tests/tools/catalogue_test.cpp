@@ -62,7 +62,7 @@ TEST(Catalogue, RefusesATypeThatNobodyCanShow) {
 TEST(CatalogueFile, HasWhatTheTablesHave) {
     const std::string text = render_catalogue(library_catalogue());
     Catalogue read;
-    add_catalogue_text("file", text, read);
+    add_catalogue_text(text, read);
     EXPECT_EQ(read.sorted().size(), library_rows().size());
     EXPECT_EQ(render_catalogue(read), text);
     ASSERT_NE(read.find(0x02010052), nullptr);
@@ -75,7 +75,7 @@ TEST(CatalogueFile, HasWhatTheTablesHave) {
 
 TEST(CatalogueFile, OutlivesBeingMoved) {
     Catalogue read;
-    add_catalogue_text("file", render_catalogue(library_catalogue()), read);
+    add_catalogue_text(render_catalogue(library_catalogue()), read);
     const Catalogue moved = std::move(read);
     EXPECT_EQ(moved.find(0x01010001)->name, "lower_library_bound");
     EXPECT_EQ(moved.find(0x01010001)->text, "lower library opened");
@@ -84,7 +84,7 @@ TEST(CatalogueFile, OutlivesBeingMoved) {
 std::string problem_of(const std::string &text) {
     Catalogue catalogue;
     try {
-        add_catalogue_text("f.json", text, catalogue);
+        add_catalogue_text(text, catalogue);
     } catch (const CatalogueError &error) {
         return error.what();
     }
@@ -96,36 +96,75 @@ std::string with_point(const std::string &point) {
 }
 
 TEST(CatalogueFile, ProblemsAreNamedWithTheirPlace) {
-    EXPECT_EQ(
-        problem_of("{]"),
-        "f.json: not valid JSON: parse error at line 1, column 2: syntax error while parsing object key - unexpected "
-        "']'; expected string literal");
-    EXPECT_EQ(problem_of("[1e999]"), "f.json: not valid JSON: number overflow parsing '1e999'");
-    EXPECT_EQ(problem_of("[]"), "f.json: \"schema\" is missing");
-    EXPECT_EQ(problem_of(R"({"schema": 1})"), "f.json: \"schema\" is no text");
+    EXPECT_EQ(problem_of("{]"), "line 1, column 2: not valid JSON: syntax error while parsing object key - unexpected "
+                                "']'; expected string literal");
+    EXPECT_EQ(problem_of("[]"), "line 1, column 1: the document must be an object");
+    EXPECT_EQ(problem_of("{}"), "line 1, column 1: the document lacks the key \"schema\"");
+    EXPECT_EQ(problem_of(R"({"schema": 1})"), "line 1, column 12: schema must be \"ksl.trace-catalogue/1\"");
     EXPECT_EQ(problem_of(R"({"schema": "ksl.trace-catalogue/2"})"),
-              "f.json: \"schema\" is not \"ksl.trace-catalogue/1\"");
-    EXPECT_EQ(problem_of(R"({"schema": "ksl.trace-catalogue/1"})"), "f.json: \"points\" is missing");
-    EXPECT_EQ(problem_of(R"({"schema": "ksl.trace-catalogue/1", "points": 1})"), "f.json: \"points\" is no list");
-    EXPECT_EQ(problem_of(with_point("1")), "f.json: points[0]: \"identifier\" is missing");
-    for (const char *const identifier : {"1", "0x", "0xg", "0x123456789", "0x1 ", "-0x1"}) {
-        EXPECT_EQ(problem_of(with_point(R"({"identifier": ")" + std::string(identifier) + R"("})")),
-                  "f.json: points[0]: \"" + std::string(identifier) + "\" is no identifier; one looks like 0x80000001");
+              "line 1, column 12: schema must be \"ksl.trace-catalogue/1\"");
+    EXPECT_EQ(problem_of(R"({"schema": "ksl.trace-catalogue/1"})"),
+              "line 1, column 1: the document lacks the key \"points\"");
+    EXPECT_EQ(problem_of("{\"schema\": \"ksl.trace-catalogue/1\",\n \"points\": 1}"),
+              "line 2, column 12: points must be a list");
+    EXPECT_EQ(problem_of("{\"schema\": \"ksl.trace-catalogue/1\",\n \"point\": []}"),
+              "line 2, column 2: the document has the unknown key \"point\"");
+    EXPECT_EQ(problem_of("{\"schema\": \"ksl.trace-catalogue/1\",\n \"schema\": 1}"),
+              "line 2, column 2: the key \"schema\" is twice in one object");
+}
+
+// What is wrong with a point that has these members.
+std::string words_about(const std::string &members) {
+    const std::string problem = problem_of(with_point("{" + members + "}"));
+    return problem.substr(problem.find(": ") + 2);
+}
+
+TEST(CatalogueFile, ProblemsOfPointsAreNamed) {
+    EXPECT_EQ(problem_of(with_point("1")), "line 1, column 48: points[0] must be an object");
+    EXPECT_EQ(words_about(""), "points[0] lacks the key \"identifier\"");
+    EXPECT_EQ(words_about(R"("id": 1)"), "points[0] has the unknown key \"id\"");
+    for (const char *const identifier :
+         {R"("1")", R"("0x")", R"("0xg")", R"("0x123456789")", R"("0x1 ")", R"("-0x1")", "1"}) {
+        EXPECT_EQ(words_about(R"("identifier": )" + std::string(identifier)),
+                  "points[0].identifier must be a hexadecimal number of up to 32 bits, such as \"0x80000001\"");
     }
-    const std::string begin = R"({"identifier": "0x80000001", )";
-    EXPECT_EQ(problem_of(with_point(begin + R"("kind": "leap"})")),
-              "f.json: points[0]: there is no kind \"leap\"; it is entry, exit, failure, step or elapsed");
-    EXPECT_EQ(problem_of(with_point(begin + R"("kind": "step", "name": "1st"})")),
-              "f.json: points[0]: \"1st\" is no name: letters, digits and _ are, with no digit first");
-    const std::string point = begin + R"("kind": "step", "name": "a_1", "text": "t", "values": )";
-    EXPECT_EQ(problem_of(with_point(point + "{}}")), "f.json: points[0]: \"values\" is no list of up to 9 values");
-    EXPECT_EQ(problem_of(with_point(point + "[1,2,3,4,5,6,7,8,9,0]}")),
-              "f.json: points[0]: \"values\" is no list of up to 9 values");
-    EXPECT_EQ(problem_of(with_point(point + R"([{"name": "v", "type": "int"}, {"name": "v", "type": "float"}]})")),
-              "f.json: points[0].values[1]: there is no type \"float\"; it is decimal, int, hex, address or byte");
-    EXPECT_EQ(problem_of(with_point(point + "[]}, " + point + "[]}")),
-              "f.json: points[1]: the identifier 0x80000001 is there twice");
-    EXPECT_EQ(problem_of(with_point(point + "[]}")), "none");
+    const std::string begin = R"("identifier": "0x80000001", )";
+    EXPECT_EQ(words_about(begin + R"("kind": "leap")"),
+              R"(points[0].kind must be "entry", "exit", "failure", "step" or "elapsed")");
+    for (const char *const name : {"1st", "", "a b", "a-b", "a\\n"}) {
+        EXPECT_EQ(words_about(begin + R"("kind": "step", "name": ")" + name + "\""),
+                  "points[0].name must be a name of letters, digits and \"_\" that does not begin with a digit");
+    }
+    const std::string named = begin + R"("kind": "step", "name": "a_1", )";
+    EXPECT_EQ(words_about(named + R"("text": "")"), "points[0].text must be one line of text");
+    for (const char *const mark : {"001B[2J", "0085", "009B", "061C", "200E", "202E", "2066", "2069"}) {
+        EXPECT_EQ(words_about(named + R"("text": "a\u)" + mark + "\""), "points[0].text must be one line of text");
+    }
+    const std::string point = named + R"("text": "t", "values": )";
+    EXPECT_EQ(words_about(point + "{}"), "points[0].values must be a list");
+    EXPECT_EQ(words_about(point + "[1,2,3,4,5,6,7,8,9,0]"), "points[0].values has 10 elements, at most 9 are possible");
+    EXPECT_EQ(words_about(point + R"([{"name": "v", "type": "int"}, {"name": "w", "type": "float"}])"),
+              R"(points[0].values[1].type must be "decimal", "int", "hex", "address" or "byte")");
+    EXPECT_EQ(words_about(point + R"([{"name": "v", "type": "int"}, {"name": "v", "type": "hex"}])"),
+              R"(points[0].values[1].name is "v" as that of an earlier value)");
+    EXPECT_EQ(words_about(point + R"([{"name": "v", "type": "int", "unit": "s"}])"),
+              "points[0].values[0] has the unknown key \"unit\"");
+    EXPECT_EQ(words_about(point + "[]}, {" + point + "[]"),
+              "points[1].identifier names 0x80000001, which an earlier point names");
+    EXPECT_EQ(problem_of(with_point("{" + point + "[]}")), "none");
+}
+
+// Each of these once ended the program, or filled the memory.
+TEST(CatalogueFile, EndlessDocumentsAreRefused) {
+    EXPECT_EQ(problem_of(std::string(160 << 10, '[')),
+              "line 1, column 17: lists and objects are nested more than 16 deep");
+    Catalogue catalogue;
+    try {
+        add_catalogue_file("/dev/zero", catalogue);
+        ADD_FAILURE();
+    } catch (const CatalogueError &error) {
+        EXPECT_STREQ(error.what(), "/dev/zero is longer than 4 MiB, the most that is read");
+    }
 }
 
 TEST(CatalogueFile, ThatCannotBeReadIsNamed) {
@@ -135,7 +174,7 @@ TEST(CatalogueFile, ThatCannotBeReadIsNamed) {
             add_catalogue_file(path, catalogue);
             ADD_FAILURE() << path;
         } catch (const CatalogueError &error) {
-            EXPECT_EQ(error.what(), std::string("the catalogue ") + path + " cannot be read: " + reason);
+            EXPECT_EQ(error.what(), std::string(path) + " cannot be read: " + reason);
         }
     }
 }

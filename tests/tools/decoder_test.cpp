@@ -14,10 +14,10 @@ std::vector<unsigned> depths(const Trace &trace) {
     return result;
 }
 
-std::vector<Lone> lone(const Trace &trace) {
-    std::vector<Lone> result;
+std::vector<Pairing> pairings(const Trace &trace) {
+    std::vector<Pairing> result;
     for (const Line &line : trace.lines) {
-        result.push_back(line.lone);
+        result.push_back(line.pairing);
     }
     return result;
 }
@@ -34,7 +34,7 @@ TEST(Decoder, AnOperationEnclosesItsSteps) {
     recording.add(kStep).add(kOuterEntry, {0}).add(kStep).add(kFailure, {1}).add(kOuterExit, {0}).add(kStep);
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 0, 1, 1, 0, 0));
-    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_THAT(pairings(trace), testing::Each(Pairing::complete));
     EXPECT_EQ(trace.lines[4].elapsed_us, 150.0); // three records of 50 ticks at 1 MHz
     EXPECT_FALSE(trace.lines[1].elapsed_us);
     EXPECT_FALSE(trace.lines[4].run_time_us);
@@ -64,7 +64,7 @@ TEST(Decoder, InnerOperationsNestInOuterOnes) {
         .add(kOuterExit, {0});
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 1, 2, 1, 1, 1, 1, 0));
-    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_THAT(pairings(trace), testing::Each(Pairing::complete));
     EXPECT_EQ(trace.lines[3].elapsed_us, 100.0);
     EXPECT_EQ(trace.lines[7].elapsed_us, 350.0);
 }
@@ -86,8 +86,9 @@ TEST(Decoder, AnInnerOperationThatWasLeftEarlyEnclosesNothing) {
         .add(kOuterExit, {0});
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 1, 1, 2, 1, 1, 0));
-    EXPECT_THAT(lone(trace),
-                ElementsAre(Lone::no, Lone::left_early, Lone::no, Lone::no, Lone::no, Lone::left_early, Lone::no));
+    EXPECT_THAT(pairings(trace),
+                ElementsAre(Pairing::complete, Pairing::left_early, Pairing::complete, Pairing::complete,
+                            Pairing::complete, Pairing::left_early, Pairing::complete));
 }
 
 TEST(Decoder, WhatFollowsTheOuterExitIsNotInAnOperationThatWasLeftEarly) {
@@ -103,7 +104,7 @@ TEST(Decoder, AnOutermostOperationThatWasLeftEarlyEnclosesNoLaterOne) {
     recording.add(kOuterEntry, {0}).add(kInnerEntry).add(kStep).add(kInnerExit).add(kInnerEntry).add(kInnerExit);
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 0, 1, 0, 0, 0));
-    EXPECT_EQ(trace.lines[0].lone, Lone::no_exit);
+    EXPECT_EQ(trace.lines[0].pairing, Pairing::no_exit);
 }
 
 TEST(Decoder, AnOperationCalledAgainAfterItWasLeftEarlyHasItsOwnExit) {
@@ -111,7 +112,7 @@ TEST(Decoder, AnOperationCalledAgainAfterItWasLeftEarlyHasItsOwnExit) {
     recording.add(kOuterEntry, {0}).add(kOuterEntry, {1}).add(kOuterExit, {0});
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 0, 0));
-    EXPECT_THAT(lone(trace), ElementsAre(Lone::no_exit, Lone::no, Lone::no));
+    EXPECT_THAT(pairings(trace), ElementsAre(Pairing::no_exit, Pairing::complete, Pairing::complete));
     EXPECT_EQ(trace.lines[2].elapsed_us, 50.0);
 }
 
@@ -120,7 +121,7 @@ TEST(Decoder, AnUnfinishedOperationEnclosesTheStepsBehindIt) {
     recording.add(kOuterEntry, {0}).add(kStep).add(kFailure, {1});
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 1, 1));
-    EXPECT_EQ(trace.lines[0].lone, Lone::no_exit);
+    EXPECT_EQ(trace.lines[0].pairing, Pairing::no_exit);
 }
 
 TEST(Decoder, ARingThatBeginsWithinAnOperationDoesNotConfuseTheNesting) {
@@ -135,8 +136,8 @@ TEST(Decoder, ARingThatBeginsWithinAnOperationDoesNotConfuseTheNesting) {
         .add(kOuterExit, {0});
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 0, 0, 0, 0, 1, 0));
-    EXPECT_THAT(lone(trace),
-                ElementsAre(Lone::no, Lone::no_entry, Lone::no_entry, Lone::no, Lone::no, Lone::no, Lone::no));
+    EXPECT_THAT(pairings(trace), ElementsAre(Pairing::complete, Pairing::no_entry, Pairing::no_entry, Pairing::complete,
+                                             Pairing::complete, Pairing::complete, Pairing::complete));
     EXPECT_EQ(trace.lines[0].lost_before, 40U);
     EXPECT_FALSE(trace.lines[2].elapsed_us);
     EXPECT_EQ(trace.lines[2].run_time_us, 5U);
@@ -147,7 +148,8 @@ TEST(Decoder, AnExitWithoutEntryLeavesTheOperationAroundItOpen) {
     recording.add(kOuterEntry, {0}).lose(1).add(kInnerExit).add(kStep).add(kOuterExit, {0});
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 1, 1, 0));
-    EXPECT_THAT(lone(trace), ElementsAre(Lone::no, Lone::no_entry, Lone::no, Lone::no));
+    EXPECT_THAT(pairings(trace),
+                ElementsAre(Pairing::complete, Pairing::no_entry, Pairing::complete, Pairing::complete));
 }
 
 TEST(Decoder, WritersAreNestedEachByItself) {
@@ -162,7 +164,7 @@ TEST(Decoder, WritersAreNestedEachByItself) {
         .add(kInnerExit, {}, 2);
     const Trace trace = recording.decode();
     EXPECT_THAT(depths(trace), ElementsAre(0, 0, 1, 0, 1, 1, 0, 0));
-    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_THAT(pairings(trace), testing::Each(Pairing::complete));
     EXPECT_EQ(trace.lines[3].run_time_us, 9U);
     EXPECT_EQ(trace.lines[3].elapsed_us, 150.0);
     EXPECT_EQ(trace.lines[7].elapsed_us, 300.0);
@@ -181,7 +183,7 @@ TEST(Decoder, TheRunTimeBelongsToTheExitDirectlyBeforeIt) {
     EXPECT_EQ(trace.lines[3].run_time_us, 3U);
     std::vector<bool> told;
     for (const Line &line : trace.lines) {
-        told.push_back(line.told_by_exit);
+        told.push_back(line.shown_by_exit);
     }
     EXPECT_THAT(told, ElementsAre(false, false, false, false, true, false));
 }
@@ -288,7 +290,7 @@ TEST(Decoder, AWrongNumberOfValuesIsNoRecordOfThatPoint) {
         EXPECT_TRUE(trace.lines[wrong].values_differ) << wrong;
     }
     EXPECT_THAT(depths(trace), testing::Each(0U));
-    EXPECT_THAT(lone(trace), testing::Each(Lone::no));
+    EXPECT_THAT(pairings(trace), testing::Each(Pairing::complete));
 }
 
 } // namespace

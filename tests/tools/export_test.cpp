@@ -28,7 +28,7 @@ TEST(JsonLines, BeginWithTheBuffer) {
     made.recording.add(kStep).add(kOuterEntry, {1}).lose(2);
     made.finish();
     made.wanted[0] = false;
-    std::istringstream lines(render_json_lines(made.snapshot, made.trace, made.wanted));
+    std::istringstream lines(render_json_lines({&made.snapshot}, made.trace, made.wanted));
     std::string line;
     std::getline(lines, line);
     EXPECT_EQ(json::parse(line), json::parse(R"({"schema": "ksl.trace/1", "lost_at_end": 2, "buffer": {
@@ -54,7 +54,7 @@ TEST(Perfetto, OperationsAreSpansAndRecordsInstants) {
         .add(kOuterExit, {0})
         .lose(1);
     made.finish();
-    const json document = json::parse(render_perfetto(made.snapshot, made.trace, made.wanted));
+    const json document = json::parse(render_perfetto({&made.snapshot}, made.trace, made.wanted));
     EXPECT_EQ(document["otherData"], json::parse(R"({"buffer": "HAND", "start": "2024-02-29T23:59:58.999999Z"})"));
     EXPECT_EQ(document["traceEvents"], json::parse(R"json([
         {"ph": "M", "name": "process_name", "pid": 1, "args": {"name": "trace buffer HAND"}},
@@ -83,7 +83,7 @@ TEST(Perfetto, OperationsAreSpansAndRecordsInstants) {
 TEST(Perfetto, NothingIsADocumentToo) {
     Exported made;
     made.finish();
-    const json document = json::parse(render_perfetto(made.snapshot, made.trace, made.wanted));
+    const json document = json::parse(render_perfetto({&made.snapshot}, made.trace, made.wanted));
     EXPECT_EQ(document["traceEvents"].size(), 1U);
     EXPECT_EQ(document["otherData"]["start"], "1970-01-01T00:00:00.000000Z");
 }
@@ -92,7 +92,7 @@ TEST(Ctf, TheBytesAreTheSameOnEveryMachine) {
     Exported made;
     made.recording.lose(1).add(kOuterExit, {0xFFFFFFFE}).lose(1);
     made.finish();
-    const CtfTrace trace = render_ctf(made.snapshot, made.trace, made.wanted);
+    const CtfTrace trace = render_ctf({&made.snapshot}, made.trace, made.wanted);
     const auto le = [](uint64_t number, int bytes) {
         std::string text;
         for (int i = 0; i < bytes; ++i) {
@@ -121,7 +121,7 @@ TEST(Ctf, EventsAreInTheOrderOfTheirTimes) {
     trace_kbuf_record early = *made.trace.lines[2].record;
     early.time_ns = kStart - 1;
     made.trace.lines[2].record = &early;
-    const CtfTrace trace = render_ctf(made.snapshot, made.trace, made.wanted);
+    const CtfTrace trace = render_ctf({&made.snapshot}, made.trace, made.wanted);
     const size_t failure = trace.metadata.find("\"a_failure\";\n    id = 0;\n    stream_id = 0;\n    loglevel = 3;");
     const size_t step = trace.metadata.find("\"a_step\";\n    id = 1;");
     EXPECT_NE(failure, std::string::npos);

@@ -32,9 +32,11 @@ class Follower:
                              daemon=True).start()
 
     def line(self):
-        """The next line without its time and durations."""
+        """The next line without dates, its time, file, thread, and durations."""
         text = self.lines.get(timeout=PATIENCE)
-        return re.sub(r" in [\d.]+ [um]?s\b", "", re.sub(r"^\S+Z (\[\d+\] )?", "", text))
+        while re.fullmatch(r"\d{4}-\d\d-\d\d UTC", text):
+            text = self.lines.get(timeout=PATIENCE)
+        return re.sub(r" in [\d.]+ [um]?s\b", "", re.sub(r"^\d\d:\d\d:\d\d\.\d{6} (\[[^]]+\] )?", "", text))
 
     def end(self, number):
         self.process.send_signal(number)
@@ -131,7 +133,7 @@ class Follow(unittest.TestCase):
 
     def test_tells_a_damaged_record_once(self):
         self.write("mode")
-        with open(self.traces / "XKSL.kbuf", "r+b") as file:
+        with open(self.traces / "kslctl" / "XKSL.kbuf", "r+b") as file:
             file.seek(4096 + 3 * 64 + 8)
             file.write(b"spoilt")
         follower = Follower(self, "XKSL")
@@ -156,6 +158,54 @@ class Follow(unittest.TestCase):
                                 "--failed"], env=self.environment, capture_output=True, text=True, check=True)
         self.assertTrue(shown.stdout.endswith(" survey chip=7 -> no exit\n"), shown.stdout)
         self.assertEqual(follower.end(signal.SIGINT), 0)
+
+    def test_follows_all_buffers_of_a_folder(self):
+        self.write("mode")
+        follower = Follower(self, "--last", "1")
+        self.assertEqual(follower.line(), "ksl_read_switch_mode_reg chip=0 -> done")
+        program = SurveyProgram(self)
+        program.begin()
+        program.finish()
+        self.assertRegex(follower.lines.get(timeout=PATIENCE), r" \[XKSL \d+\] \? 0x80010001 line \d+: 0x00000007 ")
+        self.assertRegex(follower.lines.get(timeout=PATIENCE), r" \[XKSL \d+\] \? 0x80010004 ")
+        self.write("bist")
+        self.assertEqual(follower.line(), "- lower library opened")
+        self.assertRegex(follower.lines.get(timeout=PATIENCE), r" \[kslctl \d+\] ksl_read_bist_status_reg chip=0 ")
+        self.assertEqual(follower.end(signal.SIGINT), 0)
+
+    def test_waits_for_the_first_buffer_of_a_folder(self):
+        follower = Follower(self, str(self.traces), "--verbose")
+        self.assertEqual(follower.said.get(timeout=PATIENCE),
+                         f"ksltrace: {self.traces} has no trace buffers yet; waiting for them")
+        self.write("mode")
+        self.assertRegex(follower.line(), r"- lower library opened \(line \d+\)")
+        self.assertEqual(follower.end(signal.SIGINT), 0)
+
+    def bytes_read(self, process):
+        return int(re.search(r"rchar: (\d+)", pathlib.Path(f"/proc/{process.pid}/io").read_text())[1])
+
+    def test_reads_what_is_new_and_no_more(self):
+        self.write("mode")
+        size = os.path.getsize(self.traces / "kslctl" / "XKSL.kbuf")
+        follower = Follower(self, "XKSL")
+        self.assertEqual(follower.line(), "- lower library opened")
+        self.assertEqual(follower.line(), "ksl_read_switch_mode_reg chip=0 -> done")
+        time.sleep(1)
+        before = self.bytes_read(follower.process)
+        time.sleep(2)  # twenty looks
+        self.assertLess(self.bytes_read(follower.process) - before, size / 64)
+        self.write("mode")
+        self.assertEqual(follower.line(), "- lower library opened")
+        self.assertEqual(follower.line(), "ksl_read_switch_mode_reg chip=0 -> done")
+        self.assertLess(self.bytes_read(follower.process) - before, size / 16)
+        self.assertEqual(follower.end(signal.SIGINT), 0)
+
+    def test_refuses_a_pipe_at_once(self):
+        os.mkfifo(self.traces / "XKSL.kbuf")
+        follower = Follower(self, "XKSL")
+        self.assertEqual(follower.said.get(timeout=PATIENCE),
+                         f"ksltrace: {self.traces}/XKSL.kbuf is not a regular file; only files can be followed")
+        self.assertEqual(follower.process.wait(PATIENCE), 3)
 
     def test_ends_when_nobody_reads_any_more(self):
         self.write("mode")

@@ -14,6 +14,7 @@ A case file (cases/*.cases) has, for each case, its name and what happens, line 
   copy TOOL PATH      copies a tool to another place, from where "run" can start it
   link NAME PATH      lets a library of the build be found at another place
   spoil PATH OFFSET   inverts the bits of a byte of a file
+  pipe PATH           makes a named pipe that nobody writes into
   into PATH           the next run's standard output goes to the file, too
   metrics PATH        what the metrics collector's own checker says of a file
   show PATH [WORD]    shows the lines of a file, or those that hold the word
@@ -22,9 +23,10 @@ A case file (cases/*.cases) has, for each case, its name and what happens, line 
   stdout KIND         the next run's standard output is full, a broken pipe, a terminal, or closed
   run TOOL ARGUMENT...
 
-Everywhere {tmp} is the folder of the case, {scenarios} that of the simulated hub's scenario files, {lib} that of the
-built libraries, and {standins} that of the libraries that were built for these tests.
-HWA_SIM_DIR is {tmp}/hub. What differs from run to run is replaced as VOLATILE says.
+Everywhere \\uXXXX is the character of that number, {tmp} is the folder of the case, {scenarios} that of the simulated
+hub's scenario files, {lib} that of the built libraries, and {standins} that of the libraries that were built for these
+tests. HWA_SIM_DIR is {tmp}/hub. The expected text shows each run with its output, and before it what was set for it.
+What differs from run to run is replaced as VOLATILE says.
 """
 
 import argparse
@@ -43,13 +45,16 @@ HERE = pathlib.Path(__file__).resolve().parent
 
 VOLATILE = [
     (r"(?<!\d)\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z", "<time>"),
-    (r"(?m)^<time> \[\d+\]", "<time> [<writer>]"),
+    (r"(?m)\b\d{4}-\d\d-\d\d UTC$", "<date> UTC"),
+    (r"(?<![\dT])\d\d:\d\d:\d\d\.\d{6}(?=[ <])", "<time>"),
+    (r"(?m)^ *[+-]?\d+\.\d{6} ", "<seconds> "),
+    (r"(?m)^(<time>|<seconds>) \[(\S+ )?\d+\]", r"\1 [\2<writer>]"),
     (r"\b(out\d?|error|file|buffer|fourth_byte|path|records|requests|verdict|word)=0x[0-9a-f]{8}\b", r"\1=<address>"),
     (r"([(,] ?)\d+\.\d (?:us|µs)", r"\1<us>"),
     (r"\bin \d+(?:\.\d+)? (?:us|µs|ms|s)\b", "in <duration>"),
     (r"(?: +\d+(?:\.\d+)? (?:us|ms|s)\b){4}", "  <durations>"),
     (r" +min +median +99 % +max", "  min  median  99 %  max"),
-    (r"(\(|, )line \d+(?=[,)])", r"\1line <line>"),
+    (r"(\(|, )line \d+(?=[,)])(?!, column)", r"\1line <line>"),
     (r"(0x[0-9a-f]{8}) line \d+\b", r"\1 line <line>"),
     (r"\brun time \d+ us\b", "run time <us>"),
     (r"(?:little|big)-endian, (?:32|64) bits, trace_kbuf \d+\.\d+\.\d+ [^)\n]+", "<machine>"),
@@ -59,6 +64,10 @@ VOLATILE = [
     (r'("name": "(?:out\d?|error|file|microseconds)",\s+"value": )\d+', r"\1<number>"),
     (r"\b(kslctl|ksltrace) \d+\.\d+\.\d+\b", r"\1 <version>"),
 ]
+
+# Steps that change what the following runs print. The expected text shows them, so that two runs of the same command
+# with different output explain themselves.
+CAUSES = ("env", "libs", "standins", "file", "pipe", "cut", "copy", "link", "spoil", "into", "stdin", "answer", "stdout")
 
 
 class Case:
@@ -108,13 +117,15 @@ class Runner:
 
     def run_case(self, case):
         for word, rest in case.steps:
+            if word in CAUSES:
+                self.text += f"[{word} {rest}]\n"
             getattr(self, f"do_{word}")(self.expand(rest))
         return self.text
 
     def expand(self, text):
         for name, path in self.places():
             text = text.replace(name, path)
-        return text
+        return re.sub(r"\\u([0-9a-f]{4})", lambda code: chr(int(code[1], 16)), text)
 
     def places(self):
         return (("{tmp}", str(self.folder)), ("{scenarios}", self.options.scenarios),
@@ -146,6 +157,10 @@ class Runner:
         path, _, text = rest.partition(" ")
         os.makedirs(os.path.dirname(path), exist_ok=True)
         pathlib.Path(path).write_text(text.replace("\\n", "\n"))
+
+    def do_pipe(self, rest):
+        os.makedirs(os.path.dirname(rest), exist_ok=True)
+        os.mkfifo(rest)
 
     def do_copy(self, rest):
         tool, path = rest.split()

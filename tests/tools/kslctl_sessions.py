@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """What no case of golden.py can show: commands that go on until they are stopped, and an address table that is full.
 
-Arguments: the folder of the tools, that of the scenario files, the emulator's words; then those of unittest behind --.
+Arguments: the folder of the tools, that of the scenario files, the emulator's words; then those of unittest after --.
 """
 
 import contextlib
@@ -117,7 +117,7 @@ class Watch(Session):
         process.stdout.close()
         self.ends(process, 0)
 
-    def test_a_second_signal_ends_what_does_not_come_to_an_end(self):
+    def test_a_second_signal_ends_a_read_that_does_not_end(self):
         self.environment["HWA_SIM_FAULTS"] = "get_multireg page=0x50 nth=2 delay=3600s"
         process = self.start("mib", "0", "--watch", "3600")
         self.wait_for(lambda: self.log.exists() and "request=1/22" in self.log.read_text())
@@ -127,7 +127,7 @@ class Watch(Session):
         process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(PATIENCE), -signal.SIGINT)
 
-    def test_an_output_that_cannot_be_written_is_told(self):
+    def test_an_output_that_cannot_be_written_is_reported(self):
         with open("/dev/full", "wb") as full:
             process = self.start("mib", "0", "--watch", "0.05", stdout=full)
             self.ends(process, 3, "kslctl: the result cannot be written to the standard output: "
@@ -189,7 +189,7 @@ class Watch(Session):
             self.assertEqual([line.split()[:2] for line in frame[2:]],
                              [["0", "0x00"], ["0", "0x18"], ["0", "0x50"], ["0", "0x7c"], ["0", "0x90"]])
 
-    def test_a_low_terminal_tells_what_it_has_no_room_for(self):
+    def test_a_low_terminal_says_how_many_lines_are_missing(self):
         self.environment["NO_COLOR"] = "1"
         # 22 lines: one fits, one does not.
         for frame in self.frames(23, "mib", "0", "--watch", "0.2"):

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kslctl/numbers.h"
+#include "kslctl/command_line/numbers.h"
 
 #include <gmock/gmock.h>
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hand_made_trace.h"
-#include "kslctl/own_trace.h"
+#include "kslctl/hub/own_trace.h"
 
 namespace {
 
 using namespace hand_made;
-using kslctl::lines_of;
+using kslctl::hub::lines_of;
 
 constexpr uint32_t kOther = 200;
 constexpr uint64_t kSecond = 1'000'000'000;

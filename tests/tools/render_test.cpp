@@ -157,11 +157,11 @@ TEST(RenderSummary, OnlyWantedLinesAreThereAndGapsStayTold) {
 )");
 }
 
-TEST(RenderSummary, TheExitOfAnOperationThatWasToldOpenIsTold) {
+TEST(RenderSummary, TheExitOfAnOperationThatWasShownOpenIsShown) {
     Recording recording;
     recording.add(kOuterEntry, {0}).add(kInnerEntry).add(kInnerExit).add(kOuterExit, {3});
-    const std::set<uint64_t> told{0};
-    EXPECT_EQ(render_text(recording.decode(), {.summary = true}, {.begin = 1, .told_open = &told}),
+    const std::set<std::pair<size_t, uint64_t>> open{{0, 0}};
+    EXPECT_EQ(render_text(recording.decode(), {.summary = true}, {.begin = 1, .open_before = &open}),
               R"(2024-02-29T23:59:59.000000Z   inner -> done in 50.0 us
 2024-02-29T23:59:59.000002Z outer -> 3 in 150 us
 )");
@@ -205,14 +205,16 @@ TEST(RegisterName, IsThatOfThePlace) {
         {0x02, 0x14, "ingress mirror mask"},
         {0x02, 0x20, "egress mirror mask"},
         {0x05, 0x20, "address search control"},
-        {0x05, 0x24, "address search entry"},
-        {0x05, 0x2C, "address search VLAN"},
+        {0x05, 0x24, "address entry"},
+        {0x05, 0x2C, "address VLAN"},
         {0x08, 0x30, "VLAN table command"},
         {0x08, 0x32, "VLAN table address"},
         {0x08, 0x38, "VLAN table entry"},
-        {0x32, 0x00, "trunking control"},
+        {0x32, 0x00, "trunk control"},
         {0x32, 0x10, "trunk group 0"},
         {0x34, 0x00, "VLAN enable"},
+        {0x34, 0x01, "VLAN control 1"},
+        {0x34, 0x08, "VLAN control 8"},
         {0x02, 0x21, ""},
     };
     for (const auto &[page, offset, name] : kSingle) {
@@ -224,7 +226,7 @@ TEST(RegisterName, OfAPortsRegisterHasThePort) {
     EXPECT_EQ(register_name(0x10, 0x00), "PHY control of port 0");
     EXPECT_EQ(register_name(0x27, 0x00), "PHY control of port 23");
     EXPECT_EQ(register_name(0x34, 0x10), "PVID of port 0");
-    EXPECT_EQ(register_name(0x41, 0x9E), "learning threshold of port 23");
+    EXPECT_EQ(register_name(0x41, 0x9E), "learning limit of port 23");
     EXPECT_EQ(register_name(0x27, 0x30), "speed indication of port 23");
     EXPECT_EQ(register_name(0x28, 0x30), "");
     EXPECT_EQ(register_name(0x00, 0xE7), "port control of port 23");
@@ -281,10 +283,10 @@ TEST(RenderJson, NotesTellWhatIsMissing) {
 TEST(Snapshot, WhatAFileSaysOfItselfSteersNoTerminal) {
     std::string bytes(192, '\0');
     bytes.replace(0, 20, std::string("TRCEKBUF\1\2\3\4\0\0\0\1\0\0\0\40", 20));
-    bytes.replace(32, 8, "\x1b[2J\n\x7f \t");
+    bytes.replace(32, 13, "\x1b[2J\n\x7f \t\u009b\u202e");
     bytes.replace(96, 5, "\x1b]0;\x07");
     const Snapshot snapshot = owned(trace_kbuf_snapshot_bytes(bytes.data(), bytes.size(), "bytes"));
-    EXPECT_STREQ(snapshot->name, "?[2J?? ?");
+    EXPECT_STREQ(snapshot->name, "?[2J?? ???");
     EXPECT_STREQ(snapshot->writer, "?]0;?");
 }
 

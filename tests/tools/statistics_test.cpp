@@ -54,14 +54,15 @@ TEST(Statistics, AreATable) {
     const Trace trace = mixed().decode();
     EXPECT_EQ(render_statistics(all_of(trace), true, false),
               R"(operation  count  failed  no exit      min   median    99 %     max  codes
-inner          2       1        0   100 µs   100 µs  100 µs  100 µs  1 not told
+inner          2       1        0   100 µs   100 µs  100 µs  100 µs  1 without a code
 outer          6       3        1  50.0 µs  50.0 µs  100 µs  100 µs  -1, 101 x2
 )");
 }
 
 TEST(Statistics, AreJson) {
     const Trace trace = mixed().decode();
-    const auto json = nlohmann::json::parse(render_json(mixed().snapshot(), all_of(trace)));
+    const trace_kbuf_snapshot snapshot = mixed().snapshot();
+    const auto json = nlohmann::json::parse(render_json({&snapshot}, trace, all_of(trace)));
     EXPECT_EQ(json["schema"], "ksl.trace-stats/1");
     EXPECT_EQ(json["buffer"]["name"], "HAND");
     EXPECT_EQ(json["operations"], nlohmann::json::parse(R"([
