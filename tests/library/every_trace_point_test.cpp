@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every row of the trace tables is written by somebody, with as many values as it names, and nothing else is written.
-#include "failures/exported.h"
+#include "exports/export.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ const std::map<uint32_t, Row> kTable{
 
 // ---- What no failure of an access leads to ----
 
-struct Errand {
+struct Occasion {
     const char *what;
     void (*run)(ScriptedPlatform &platform);
 };
@@ -49,7 +49,7 @@ void validate(const char *path) {
     ksl_validate_VLAN_map(0, 10, path, number());
 }
 
-const Errand kErrands[] = {
+const Occasion kOccasions[] = {
     {"the first lower library",
      [](ScriptedPlatform &) {
          ksl_terminate();
@@ -110,28 +110,28 @@ const Errand kErrands[] = {
      }},
 };
 
-Calls calls_of(const Errand &errand) {
+Calls calls_of(const Occasion &occasion) {
     ScriptedPlatform platform;
     ksl_init();
     ksl_cfg_handle = nullptr;
-    errand.run(platform);
+    occasion.run(platform);
     const Calls calls = platform.take();
     ksl_terminate();
     return calls;
 }
 
-// Everything that the library calls, in every run of the table of failures and on every errand.
+// Everything that the library calls, in every run of the table and on every occasion.
 Calls everything() {
     Calls all;
-    for (const Exported &exported : exports()) {
+    for (const Export &exported : exports()) {
         const size_t accesses = access_positions(observe(exported, {}, true, &all).calls).size();
         for (size_t access = 0; access < accesses; ++access) {
             observe(exported, {.access = access, .code = 5}, false, &all);
         }
         observe(exported, {.unbound = true}, false, &all);
     }
-    for (const Errand &errand : kErrands) {
-        all += calls_of(errand);
+    for (const Occasion &occasion : kOccasions) {
+        all += calls_of(occasion);
     }
     return all;
 }

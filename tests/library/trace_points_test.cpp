@@ -35,7 +35,7 @@ TEST(TracePoints, AreThosePublished) {
     std::set<std::string> published;
     for (std::string line; std::getline(file, line);) {
         if (!line.empty() && line[0] != '#') {
-            EXPECT_TRUE(published.insert(line).second) << line << " stands twice in " << PUBLISHED;
+            EXPECT_TRUE(published.insert(line).second) << line << " is twice in " << PUBLISHED;
         }
     }
     std::set<std::string> present;

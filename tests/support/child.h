@@ -8,7 +8,7 @@
 
 namespace ksl::test {
 
-// fork(), without which no test can go on: kill() would take its -1 for every process that there is.
+// fork(), which must succeed: kill() would take its -1 for all processes.
 inline pid_t fork_child() {
     const pid_t pid = fork();
     if (pid == -1) {

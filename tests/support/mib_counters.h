@@ -9,7 +9,7 @@ namespace ksl::test {
 struct RequestedCounter {
     uint32_t offset;
     uint32_t length;
-    // Where it is placed in the port's block, and where the word stands that is traced.
+    // Its place in the port's block, and that of the word that is traced.
     uint32_t position;
     uint32_t traced;
 };

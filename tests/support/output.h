@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What tests of operations share: a caller's buffer for what is delivered, and codes of failures.
+// A caller's buffer for the output of an operation, and codes of failures.
 #pragma once
 
 #include "scripted_platform.h"
@@ -10,12 +10,12 @@
 
 namespace ksl::test {
 
-// Codes that a failing access gives, which operations pass on unchanged.
+// Codes of a failing access, which operations pass on unchanged.
 constexpr int32_t kCodes[] = {1, -1, 77, -2147483647 - 1};
 
 constexpr uint8_t kUntouched = 0xEE;
 
-// Larger than any output, so that a byte too many shows.
+// Larger than any output, so that a byte too many is noticed.
 struct Output {
     alignas(ksl_word) uint8_t bytes[104];
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scripted_platform.h"
 
+#include <dlfcn.h>
 #include <hwa.h>
 #include <trace_kbuf.h>
 
@@ -11,7 +12,7 @@
 #include <sstream>
 #include <stdexcept>
 
-// Inside this link malloc and free are the wrapped ones.
+// In this link malloc and free are the wrapped ones.
 extern "C" void *__real_malloc(size_t size);
 extern "C" void __real_free(void *block);
 
@@ -27,39 +28,6 @@ ScriptedPlatform &active() {
         std::abort();
     }
     return *script;
-}
-
-std::string hex(uint64_t value) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
-    return text;
-}
-
-std::string joined(const std::vector<uint32_t> &values) {
-    std::string text;
-    for (const uint32_t value : values) {
-        text += " " + hex(value);
-    }
-    return text;
-}
-
-std::string hex_bytes(const uint8_t *bytes, uint32_t length) {
-    std::string text;
-    for (uint32_t i = 0; i < length; ++i) {
-        text += " " + hex(bytes[i]);
-    }
-    return text;
-}
-
-std::string access_text(const std::string &name, uint32_t chip, uint32_t page, uint32_t offset, uint32_t length) {
-    return name + " chip=" + hex(chip) + " page=" + hex(page) + " offset=" + hex(offset) +
-           " length=" + std::to_string(length);
-}
-
-std::string record_text(const char *operation, uint32_t descriptor, uint32_t count, uint32_t identifier,
-                        const std::vector<uint32_t> &slots) {
-    return std::string(operation) + " buffer=" + hex(descriptor) + " count=" + std::to_string(count) +
-           " point=" + hex(identifier) + " slots:" + joined(slots);
 }
 
 void note(const Call &call) {
@@ -79,9 +47,12 @@ void note_record(const char *operation, uint32_t descriptor, uint32_t header, ui
               header >> 16});
 }
 
-const std::string kLookup = "look up ";
+// Their numbers differ from machine to machine.
+std::string flags_text(int flags) {
+    return flags == (RTLD_NOW | RTLD_GLOBAL) ? "RTLD_NOW|RTLD_GLOBAL" : std::to_string(flags);
+}
 
-// Folds the look-up that must stand just before the call into it.
+// Folds the look-up that must be just before the call into it.
 void note_entry_point(const std::string &name, const std::string &text) {
     Calls &calls = active().calls;
     if (!calls.empty() && calls.back().text == kLookup + name) {
@@ -131,14 +102,6 @@ int32_t scripted_setreg(uint8_t chip, uint8_t page, uint8_t offset, uint32_t len
     note_entry_point("hwa_setreg",
                      access_text("hwa_setreg", chip, page, offset, length) + " bytes:" + hex_bytes(buffer, length));
     return access_result();
-}
-
-std::string entry_point_text(const std::string &name, const std::vector<uint64_t> &arguments) {
-    std::string text = name;
-    for (const uint64_t argument : arguments) {
-        text += " " + hex(argument);
-    }
-    return text;
 }
 
 template <class... Arguments>
@@ -230,90 +193,7 @@ char loader_error[] = "cannot open shared object file";
 void *const kFirstHandle = &first_handle;
 void *const kSecondHandle = &second_handle;
 void *const kConfigurationHandle = &configuration_handle;
-const char *const kConfigurationPath = "/opt/libcfg.so";
 const char *const kLoaderError = loader_error;
-
-Bytes bytes_of(uint32_t word) {
-    return {static_cast<uint8_t>(word >> 24), static_cast<uint8_t>(word >> 16), static_cast<uint8_t>(word >> 8),
-            static_cast<uint8_t>(word)};
-}
-
-Calls &Calls::operator+=(const Calls &more) {
-    insert(end(), more.begin(), more.end());
-    return *this;
-}
-
-std::string Calls::text() const {
-    std::string all;
-    for (const Call &call : *this) {
-        all += call.text + "\n";
-    }
-    return all;
-}
-
-Call stamp_start() {
-    return {"gettimeofday start"};
-}
-
-Call stamp_end() {
-    return {"gettimeofday end"};
-}
-
-Call getreg(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length) {
-    return {"looked up " + access_text("hwa_getreg", chip, page, offset, length)};
-}
-
-Call getreg_by_link(uint32_t chip, uint32_t page, uint32_t offset, uint32_t length) {
-    return {"linked " + access_text("hwa_getreg", chip, page, offset, length)};
-}
-
-Call setreg(uint32_t chip, uint32_t page, uint32_t offset, const Bytes &bytes) {
-    const auto length = static_cast<uint32_t>(bytes.size());
-    return {"looked up " + access_text("hwa_setreg", chip, page, offset, length) +
-            " bytes:" + hex_bytes(bytes.data(), length)};
-}
-
-Call entry_point(const std::string &name, std::initializer_list<uint64_t> arguments) {
-    return {"looked up " + entry_point_text(name, arguments)};
-}
-
-Call lookup_missing(const std::string &name) {
-    return {kLookup + name + ": missing"};
-}
-
-Call platform_call(const std::string &text) {
-    return {text};
-}
-
-uint32_t address(const void *pointer) {
-    return trace_value(pointer);
-}
-
-uint64_t whole_address(const void *pointer) {
-    return reinterpret_cast<uintptr_t>(pointer);
-}
-
-Call record(TracePoint point, const std::vector<uint32_t> &values) {
-    const size_t count = values.size();
-    if (count != point.values) {
-        throw std::logic_error("a record of trace point " + hex(point.identifier) + " has " +
-                               std::to_string(point.values) + " values");
-    }
-    std::vector<uint32_t> slots = values;
-    slots.resize(count == 0 ? 0 : count <= 5 ? 5 : 9);
-    const char *operation = count == 0 ? "write_all" : count <= 5 ? "write_ints5" : "write_ints9";
-    return {record_text(operation, ksl_trace_buffer, point.values, point.identifier, slots), 0, point.identifier,
-            point.values};
-}
-
-std::vector<uint32_t> slots(const Call &record) {
-    std::vector<uint32_t> all;
-    std::istringstream text(record.text.substr(record.text.find("slots:") + 6));
-    for (uint32_t value; text >> std::hex >> value;) {
-        all.push_back(value);
-    }
-    return all;
-}
 
 ScriptedPlatform::ScriptedPlatform() {
     script = this;
@@ -379,7 +259,7 @@ int trace_kbuf_free(uint32_t *descriptor) {
 }
 
 void *__wrap_dlopen(const char *file, int flags) {
-    note("dlopen " + std::string(file) + " " + std::to_string(flags));
+    note("dlopen " + std::string(file) + " " + flags_text(flags));
     active().opened_names.push_back(file);
     if (active().libraries.count(file) == 0) {
         return nullptr;
@@ -422,7 +302,7 @@ int __wrap_gettimeofday(timeval *time, void *zone) {
 
 void *__wrap_malloc(size_t size) {
 #ifdef KSL_COVERAGE
-    // The counters' own code stands in the same link, and writes its files when the program ends.
+    // The counters' own code is in the same link, and writes its files when the program ends.
     if (script == nullptr) {
         return __real_malloc(size);
     }

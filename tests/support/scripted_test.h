@@ -13,7 +13,7 @@ protected:
     ScriptedPlatform platform;
 };
 
-// The library opened, and the calls of that forgotten.
+// Opens the library, and forgets the calls of that.
 class Opened : public Scripted {
 protected:
     Opened() {
@@ -22,7 +22,7 @@ protected:
     }
 
     ~Opened() override {
-        // It may refer to what the test's body has left.
+        // It may refer to variables of the test, which are gone.
         platform.on_call = nullptr;
         ksl_disable_time();
         ksl_terminate();

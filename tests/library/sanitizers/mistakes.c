@@ -6,14 +6,14 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* The library writes an address behind the end of a block. */
+/* The library writes an address after the end of a block. */
 static void heap_overflow(void) {
     uint32_t **block = malloc(sizeof(void *) - 1);
     ksl_get_trace_buffer(block);
     free(block);
 }
 
-/* The library writes an address where none may stand. */
+/* The library writes an address where none may be. */
 static void misaligned(void) {
     static _Alignas(uint32_t *) char block[2 * sizeof(uint32_t *)];
     ksl_get_trace_buffer((uint32_t **)(void *)(block + 1));

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every function that the library exports, with the accesses that it makes and what each failure leaves behind:
-// its result, the calls it makes on, the caller's memory. Stated here by hand, not learned from the library.
+// Every function that the library exports, one row each: how tests and fuzzers call it, the trace records of its frame,
+// the accesses that it makes, and what each failure leaves: its result, the calls that follow, the caller's memory. The
+// rows are stated by hand, not learned from the library.
 #pragma once
 
+#include "fuzzed_call.h"
 #include "scripted_platform.h"
 
 #include <functional>
@@ -20,6 +22,7 @@ constexpr uint32_t kPort = 3;
 // All outputs of a call lie in one block, so that every byte that it leaves alone is looked at.
 constexpr size_t kMemorySize = 2400;
 constexpr uint8_t kUntouched = 0xEE;
+constexpr uint32_t kUntouchedNumber = 0xEEEEEEEE;
 uint8_t *memory(size_t at = 0);
 template <class T>
 T *memory_as(size_t at = 0) {
@@ -32,6 +35,8 @@ struct Write {
 };
 using Writes = std::vector<Write>;
 
+void apply(const Writes &writes, Bytes &memory);
+
 // A number as the host keeps it.
 Bytes native(uint32_t number);
 
@@ -43,7 +48,7 @@ struct Access {
     Call call;
     // What a read delivers.
     Bytes answer;
-    // What stands in the trace right behind it where it fails.
+    // What the trace has right after it if it fails.
     std::function<Calls(int32_t code)> failed;
     // What the caller finds as soon as it has succeeded.
     Writes delivers = {};
@@ -53,7 +58,7 @@ struct Access {
 Access read(uint32_t page, uint32_t offset, const Bytes &answer, const Writes &delivers = {},
             TracePoint failed = points::register_read_failed);
 Access write(uint32_t page, uint32_t offset, const Bytes &bytes, TracePoint failed = points::register_write_failed);
-// Any other entry point; "*" stands for a pointer among its arguments.
+// Any other entry point; "*" is a pointer among its arguments.
 Access other(const std::string &entry_point, const std::string &arguments, std::function<Calls(int32_t code)> failed,
              const Writes &delivers = {});
 
@@ -62,7 +67,7 @@ constexpr uint32_t kOwnMemory = 1;
 
 // ---- Calls ----
 
-// The calls as the outcomes have them: an address is told by whose it is, since those of an operation's own memory
+// The calls as the outcomes have them: an address is named by its owner, since those of an operation's own memory
 // differ from run to run.
 Calls masked(const Calls &calls);
 
@@ -70,7 +75,7 @@ Calls masked(const Calls &calls);
 std::vector<size_t> access_positions(const Calls &calls);
 
 constexpr uint32_t kClockStep = 7;
-// The calls as timing adds to them: a run time behind each end stamp.
+// The calls as timing adds to them: a run time after each end stamp.
 Calls with_run_times(const Calls &calls);
 
 // ---- Failures ----
@@ -96,7 +101,7 @@ struct Outcome {
     bool configuration_open = false;
 };
 
-// Tells what a call with a fault comes to, for those that are told step by step.
+// The outcome of a call with a fault, for calls that are described step by step.
 class Story {
 public:
     explicit Story(const Fault &fault);
@@ -115,25 +120,43 @@ private:
 
 // ---- The table ----
 
-struct Exported {
+// The call frame that an operation runs in.
+struct Frame {
+    TracePoint entry;
+    TracePoint exit;
+    // The values of its entry record.
+    std::vector<uint32_t> values = {kChip};
+    // How many operations it calls, each of which runs in a frame of its own.
+    uint32_t inner_operations = 0;
+    // Some leave the start stamp to the operations that they call.
+    bool stamps_its_start = true;
+};
+
+struct Export {
     std::string name;
+    // None for what is no operation.
+    std::optional<Frame> frame = {};
+    // Runs it with an argument for which it leaves at once: a null output, or a port out of range.
+    std::function<int32_t()> refused = nullptr;
+    // How a fuzzer calls it.
+    fuzz::Operation fuzz = {};
     // Runs it so that it succeeds.
     std::function<int32_t()> run;
     // In their order; the first that fails is the last that is made.
     std::vector<Access> accesses = {};
-    // From behind the failure's own records to the end.
-    std::function<Calls(int32_t result, size_t access)> ending = [](int32_t, size_t) { return Calls{}; };
+    // The calls after the failure's own records. Where nothing is said, the frame's exit record with the result alone.
+    std::function<Calls(int32_t result, size_t access)> ending = nullptr;
     // What the caller finds whatever fails.
     Writes at_once = {};
     // The lower library is given the caller's memory itself: what a failing read delivers stays there.
     bool reads_into_memory = false;
     // Whether a failure leaves the configuration library open.
     bool leaves_configuration_open = false;
-    // What the platform is given before the run, besides the answers of the reads.
+    // What the platform is given before the run, in addition to the answers of the reads.
     std::function<void(ScriptedPlatform &)> prepare = [](ScriptedPlatform &) {};
     // Entry points that its lower library lacks from the start.
     std::set<std::string> without = {};
-    // Told step by step instead: it goes on after failures, or depends on the library's being bound.
+    // Described step by step instead: it goes on after failures, or depends on whether the library is bound.
     std::function<void(Story &)> story = nullptr;
     // Its result where nothing fails.
     int32_t result = 0;
@@ -141,7 +164,7 @@ struct Exported {
     std::string title() const { return without.empty() ? name : name + " without " + *without.begin(); }
 };
 
-using Exports = std::vector<Exported>;
+using Exports = std::vector<Export>;
 
 // The records of an exit and the end stamp.
 template <class... Values>
@@ -149,12 +172,10 @@ Calls leave(TracePoint exit, Values... values) {
     return {record(exit, values...), stamp_end()};
 }
 
-// The ending of most operations: an exit record with the result alone.
-std::function<Calls(int32_t result, size_t access)> leave_with_result(TracePoint exit);
-
 Exports frame_exports();
 Exports port_exports();
 Exports vlan_exports();
+Exports counter_exports();
 Exports forwarding_exports();
 Exports address_table_exports();
 Exports chip_exports();
@@ -164,12 +185,15 @@ const Exports &exports();
 
 // ---- Running them ----
 
+// Gives the platform what the run needs to succeed.
+void prepare(ScriptedPlatform &platform, const Export &exported);
+
 // What a call with a fault really comes to. `all`, where given, receives everything called, ksl_init() and
 // ksl_terminate() included.
-Outcome observe(const Exported &exported, const Fault &fault, bool timed, Calls *all = nullptr);
+Outcome observe(const Export &exported, const Fault &fault, bool timed, Calls *all = nullptr);
 
 // What it must come to; `good` is what it comes to without a fault.
-Outcome expect(const Exported &exported, const Outcome &good, const Fault &fault);
+Outcome expect(const Export &exported, const Outcome &good, const Fault &fault);
 
 // Every entry point of the lower library with the record of its absence; none for the one that is optional.
 struct EntryPoint {
@@ -177,5 +201,8 @@ struct EntryPoint {
     std::optional<TracePoint> missing;
 };
 extern const EntryPoint kEntryPoints[8];
+
+// The look-up that finds nothing, and the record of it.
+Calls missing_calls(const std::string &entry_point);
 
 } // namespace ksl::test

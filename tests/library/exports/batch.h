@@ -2,7 +2,7 @@
 // Batches of register reads: one call where the lower library has it, else a read for each request.
 #pragma once
 
-#include "exported.h"
+#include "export.h"
 
 namespace ksl::test {
 
@@ -18,8 +18,8 @@ using Batch = std::vector<Request>;
 // Makes the registers answer, read one by one or together.
 void answer_batch(ScriptedPlatform &platform, const Batch &batch);
 
-// Tells of one batch. `data` receives what it delivers: nothing for a request whose own read fails. Only the last
-// read's result counts.
+// Adds one batch to the story. `data` receives what it delivers: nothing for a request whose own read fails. Only the
+// last read's result counts.
 int32_t make_batch(Story &story, const Batch &batch, std::vector<Bytes> &data);
 
 } // namespace ksl::test

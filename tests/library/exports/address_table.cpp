@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The address table: fetched, walked and searched.
-#include "exported.h"
+#include "export.h"
 
 #include "forwarding/trace_points.h"
 
@@ -136,11 +136,75 @@ Calls leave_search(int32_t result, size_t access) {
     return leave(points::search_arl_table_exit, result, found);
 }
 
+// ---- Rules for fuzzers ----
+
+using fuzz::kCutOff;
+using fuzz::look_at;
+using fuzz::require;
+
+int32_t fuzz_read_arl_table(fuzz::Call &call) {
+    constexpr uint32_t kRoom = 32;
+    const uint32_t all_ports = call.input.flag() ? 1 : 0;
+    const uint32_t room = call.input.up_to(kRoom);
+    auto &entries = call.output(room * sizeof(ksl_arl_entry));
+    uint32_t count = room;
+    const int32_t result = ksl_read_ARL_table(call.chip, all_ports, entries.get<ksl_arl_entry>(), &count);
+    const fuzz::Platform &platform = call.platform;
+    if (platform.first_failure != 0 || platform.found > room) {
+        require(result == (platform.first_failure != 0 ? platform.first_failure : -1), "the failure is passed on");
+        require(count == room && entries.is_untouched(), "nothing is written without success");
+        return result;
+    }
+    require(result == 0 && count <= platform.found, "no more entries than there are");
+    require(all_ports == 0 || count == platform.found, "every entry");
+    require(entries.is_untouched_from(count * sizeof(ksl_arl_entry)), "nothing after the entries");
+    for (uint32_t i = 0; i < count; ++i) {
+        const ksl_arl_entry &entry = entries.get<ksl_arl_entry>()[i];
+        require(entry.port >= (all_ports != 0 ? 0U : 2U) && entry.port <= 31 && entry.flag55 <= 1,
+                "an entry is of a port that was asked for");
+        require(entry.unused[0] == 0xA5 && entry.unused[1] == 0xA5, "unused bytes are not written");
+    }
+    return result;
+}
+
+int32_t fuzz_walk_arl_table(fuzz::Call &call) {
+    walked = 0;
+    __KSL_READ_ARL_TABLE(call.chip, [](const uint8_t *entry) {
+        walked += 1;
+        look_at(entry, sizeof(ksl_raw_arl_entry));
+    });
+    require(walked <= kCutOff / 2 + 1, "the walk ends where its register says so");
+    require(call.platform.records.size() <= 2 &&
+                (call.platform.missing_entry_points != 0 || call.platform.records.empty()),
+            "the walk traces nothing but that an entry point is missing");
+    return 0;
+}
+
+int32_t fuzz_search_arl_table(fuzz::Call &call) {
+    auto &words = call.output(kCutOff * sizeof(ksl_word));
+    auto &entries = call.output(kCutOff * sizeof(ksl_raw_arl_entry));
+    auto *const count = call.memory<uint32_t>();
+    const int32_t result =
+        dbg_ksl_search_ARL_table(call.chip, words.get<ksl_word>(), entries.get<ksl_raw_arl_entry>(), count);
+    require(*count <= kCutOff / 3, "a result takes three reads");
+    const size_t with_failed = *count + (result != 0 ? 1U : 0U);
+    require(words.is_untouched_from(with_failed * sizeof(ksl_word)), "no word after the results");
+    require(entries.is_untouched_from(*count * sizeof(ksl_raw_arl_entry)), "no entry after the results");
+    for (uint32_t i = 0; i < *count; ++i) {
+        const auto *const word = words.get() + i * sizeof(ksl_word);
+        require((word[0] & 0xF0) == 0xA0 && word[2] == 0xA5 && word[3] == 0xA5, "the caller keeps all but the VLAN id");
+        require((entries.get<ksl_raw_arl_entry>()[i].bytes[0] & 1) == 1, "the caller keeps bit 56");
+    }
+    return result;
+}
+
 } // namespace
 
 Exports address_table_exports() {
     return {
         {.name = "ksl_read_ARL_table",
+         .frame = {{points::read_arl_table_entry, points::read_arl_table_exit, {kChip, 1, kCapacity}}},
+         .fuzz = {fuzz_read_arl_table, fuzz::Result::own},
          .run = fetch,
          .accesses = {other("hwa_getmacs", "0x2 * *",
                             [](int32_t) { return Calls{record(points::read_arl_table_fetch_failed)}; },
@@ -149,10 +213,13 @@ Exports address_table_exports() {
          .at_once = {{kCount, native(kCapacity)}},
          .prepare = answer_fetch},
         {.name = "__KSL_READ_ARL_TABLE",
+         .fuzz = {fuzz_walk_arl_table, fuzz::Result::own},
          .run = walk,
          .prepare = [](ScriptedPlatform &platform) { platform.successive_reads = kWalk; },
          .story = walk_story},
         {.name = "dbg_ksl_search_ARL_table",
+         .frame = {{points::search_arl_table_entry, points::search_arl_table_exit, {kChip, 9}}},
+         .fuzz = {fuzz_search_arl_table, fuzz::Result::first_failure, fuzz::Outputs::partly_written},
          .run = search,
          .accesses = search_accesses(),
          .ending = leave_search,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "exported.h"
+#include "export.h"
 
 #include <algorithm>
 #include <cstring>
@@ -41,7 +41,7 @@ std::string masked_address(const std::string &word) {
     return from_block < kMemorySize ? "memory+" + std::to_string(from_block) : number(word) == 0 ? "null" : "address";
 }
 
-// A record with its addresses told apart by whose they are, since those of the operation's own memory differ from run
+// A record with its addresses named by their owners, since those of the operation's own memory differ from run
 // to run.
 std::string masked_record(const Call &call) {
     const size_t slots = call.text.find("slots:") + 6;
