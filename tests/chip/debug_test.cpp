@@ -173,8 +173,8 @@ TEST_F(RegisterDump, ReadsElevenRegistersInOneBatch) {
     }
 }
 
-// What is dumped is what the answer says that it is.
-TEST_F(RegisterDump, TellsTheRegistersOfTheAnswer) {
+// The dump shows the places of the answer, not those of the request.
+TEST_F(RegisterDump, TracesTheRegistersOfTheAnswer) {
     platform.on_get_multireg = [this](ksl_reg_request *list, uint32_t count) {
         batch = entry_point("hwa_get_multireg", {2, whole_address(list), count});
         list[10] = {0x77, 0x66, {}, 2, {0xA1, 0xA2}};
@@ -215,7 +215,7 @@ TEST_F(RegisterDump, WithoutTheBatchReadsOneAfterTheOther) {
     EXPECT_EQ(platform.take(), expected += Calls({record(points::dump_reg_exit, 0), stamp_end()}));
 }
 
-// Only the last of the single reads tells: what failed before it is dumped as zeros.
+// Only the last of the single reads decides: registers that failed before are dumped as zeros.
 TEST_F(RegisterDump, WithoutTheBatchTheLastReadDecides) {
     platform.missing_entry_points = {"hwa_get_multireg"};
     platform.failures[3] = 5;

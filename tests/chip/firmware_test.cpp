@@ -18,7 +18,7 @@ protected:
             call = entry_point("hwa_engpowercmd",
                                {whole_address(bytes), size, whole_address(answer), whole_address(room)});
             aligned = whole_address(answer) % 16 == 0;
-            // All the room there is, so that a smaller buffer shows.
+            // All the room that it gives, so that a smaller buffer is noticed.
             std::memset(answer, 0x99, 40);
             std::memcpy(answer, response.data(), response.size());
             *room = answered;
@@ -70,7 +70,7 @@ TEST_F(FirmwareVersion, HasNineBytesWhateverTheAnswersLength) {
     }
 }
 
-TEST_F(FirmwareVersion, IsZeroWhereTheHubAnswersNothing) {
+TEST_F(FirmwareVersion, IsZeroIfTheHubAnswersNothing) {
     platform.on_engpowercmd = nullptr;
     EXPECT_EQ(ksl_read_EPN_firmware_version(0, version, &length), 0);
     EXPECT_TRUE(version.holds(Bytes(9, 0)));

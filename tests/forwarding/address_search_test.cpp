@@ -104,7 +104,7 @@ TEST_F(Search, WaitsAsLongAsTheChipIsBusy) {
     EXPECT_EQ(platform.take().size(), 3u + 2 * 501 + 2);
 }
 
-// Each bit of an entry with the caller's bits all clear, then all set.
+// Each bit of an entry while the caller's bits are all clear, then while all are set.
 TEST_F(Search, OneBitOfAnEntryStaysTheCallers) {
     for (const uint8_t callers : {uint8_t{0x00}, uint8_t{0xFF}}) {
         for (uint32_t bit = 0; bit < 64; ++bit) {
@@ -122,7 +122,7 @@ TEST_F(Search, OneBitOfAnEntryStaysTheCallers) {
     }
 }
 
-TEST_F(Search, TellsTheFieldsOfAnEntry) {
+TEST_F(Search, TracesTheFieldsOfAnEntry) {
     struct {
         uint32_t lowest, width;
     } const fields[] = {{31, 1}, {30, 1}, {27, 3}, {25, 2}, {23, 1}, {21, 2}};
@@ -155,7 +155,7 @@ TEST_F(Search, TwelveBitsOfAVlanWordAreWritten) {
     }
 }
 
-TEST_F(Search, AFailedStartHasARecordOfItsOwn) {
+TEST_F(Search, AFailedStartHasItsOwnRecord) {
     for (const int32_t code : kFailureCodes) {
         platform.failures[1] = code;
         count = 99;
@@ -190,7 +190,7 @@ TEST_F(Search, AFailedReadEndsItAndKeepsWhatWasFound) {
             EXPECT_EQ(count, 1u);
             EXPECT_TRUE(vlan_word_holds(0, {0xE1, 0x23, 0xEE, 0xEE}));
             EXPECT_TRUE(entry_holds(0, {0x00, 5, 1, 2, 3, 4, 5, 6}));
-            // A VLAN id that was read stands in its word, though its entry never came.
+            // A VLAN id that was read is in its word, although its entry never came.
             EXPECT_TRUE(vlan_word_holds(1, row.failing == 7 ? Bytes{0xE4, 0x56, 0xEE, 0xEE} : Bytes(4, 0xEE)));
             EXPECT_TRUE(entry_holds(1, Bytes(8, 0xEE)));
             EXPECT_TRUE(untouched_from(2));
@@ -207,7 +207,7 @@ TEST_F(Search, AFailedReadEndsItAndKeepsWhatWasFound) {
             }
             expected += {record(points::register_read_failed, 5, row.offset, row.length)};
             expected += end(code, 1);
-            // Behind the start, the first poll and its result.
+            // After the start, the first poll and its result.
             EXPECT_EQ((Calls{calls.begin() + 9, calls.end()}), expected);
         }
     }

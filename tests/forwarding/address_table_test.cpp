@@ -23,7 +23,7 @@ protected:
             buffer = room;
             count_word = number;
             asked_for = *number;
-            // The whole buffer, so that a smaller one shows.
+            // The whole buffer, so that a smaller one is noticed.
             std::memset(room, 0, 8192 * sizeof(Raw));
             std::copy(table.begin(), table.end(), static_cast<Raw *>(room));
             *number = static_cast<uint32_t>(table.size());
@@ -38,7 +38,7 @@ protected:
     ksl_arl_entry entries[16];
     uint32_t count = 12;
 
-    // The records that tell `raws`, and the caller's bytes behind and between them.
+    // The records of `raws`, and the caller's bytes after and between them.
     testing::AssertionResult hold(const std::vector<Raw> &raws) const {
         ksl_arl_entry expected[16];
         std::memset(expected, 0xEE, sizeof expected);
@@ -56,7 +56,7 @@ protected:
                 entry_point("hwa_getmacs", {chip & 0xFF, whole_address(buffer), whole_address(count_word)})};
     }
 
-    static Call told(const Raw &entry) {
+    static Call traced(const Raw &entry) {
         const uint8_t *mac = entry.bytes + 2;
         return record(points::read_arl_table_address, entry.bytes[1] & 0x1F, mac[0], mac[1], mac[2], mac[3], mac[4],
                       mac[5]);
@@ -85,7 +85,7 @@ TEST_F(TableRead, GivesEveryEntryInOrder) {
         EXPECT_TRUE(hold(table));
         Calls calls = begin(0x102, all_ports, 12);
         for (const Raw &entry : table) {
-            calls.push_back(told(entry));
+            calls.push_back(traced(entry));
         }
         EXPECT_EQ(platform.take(), calls += end(0, 4));
     }
@@ -97,7 +97,7 @@ TEST_F(TableRead, AnEntryIsTracedOnceItIsWritten) {
     platform.on_call = [&](const std::string &text) {
         if (text.find("write_ints9") == 0) {
             ++traced;
-            EXPECT_TRUE(hold({table.begin(), table.begin() + static_cast<std::ptrdiff_t>(traced)}));
+            EXPECT_TRUE(hold({table.begin(), table.begin() + static_cast<ptrdiff_t>(traced)}));
         }
     };
     EXPECT_EQ(ksl_read_ARL_table(0, 1, entries, &count), 0);
@@ -126,11 +126,11 @@ TEST_F(TableRead, EndsAtTheFirstEntryOfAHiddenPort) {
         EXPECT_EQ(ksl_read_ARL_table(0, 0, entries, &count), 0);
         EXPECT_EQ(count, 2u);
         EXPECT_TRUE(hold({table[0], table[1]}));
-        EXPECT_EQ(platform.take(), begin(0, 0, 12) += (Calls{told(table[0]), told(table[1])} += end(0, 2)));
+        EXPECT_EQ(platform.take(), begin(0, 0, 12) += (Calls{traced(table[0]), traced(table[1])} += end(0, 2)));
     }
 }
 
-TEST_F(TableRead, LosesWhatStandsBehindAHiddenEntry) {
+TEST_F(TableRead, LosesTheEntriesAfterAHiddenOne) {
     table = {raw(5, 1), raw(0, 2), raw(7, 3)};
     EXPECT_EQ(ksl_read_ARL_table(0, 0, entries, &count), 0);
     EXPECT_EQ(count, 1u);
@@ -144,13 +144,13 @@ TEST_F(TableRead, HidesNoOtherPort) {
         EXPECT_EQ(ksl_read_ARL_table(0, 0, entries, &count), 0);
         EXPECT_EQ(count, 1u) << port;
     }
-    // The flags beside the port do not unhide it.
+    // The flags next to the port do not show it.
     table = {{{0xFF, 0xE1, 1, 2, 3, 4, 5, 6}}};
     EXPECT_EQ(ksl_read_ARL_table(0, 0, entries, &count), 0);
     EXPECT_EQ(count, 0u);
 }
 
-TEST_F(TableRead, GivesNothingWhereThereIsNotRoomForAll) {
+TEST_F(TableRead, GivesNothingWithoutRoomForAll) {
     table.assign(11, raw(5, 1));
     count = 10;
     EXPECT_EQ(ksl_read_ARL_table(1, 1, entries, &count), -1);
@@ -159,7 +159,7 @@ TEST_F(TableRead, GivesNothingWhereThereIsNotRoomForAll) {
     EXPECT_EQ(platform.take(),
               begin(1, 1, 10) += (Calls{record(points::read_arl_table_too_many, 11, 10)} += end(-1, 10)));
 
-    // What is hidden needs room too.
+    // Hidden entries also need room.
     table.assign(11, raw(0, 1));
     EXPECT_EQ(ksl_read_ARL_table(1, 0, entries, &count), -1);
 
@@ -214,7 +214,7 @@ TEST_F(TableRead, AFailureLeavesEverything) {
                      record(points::getmacs_missing), record(points::read_arl_table_fetch_failed)} += end(-1, 12)));
 }
 
-#if !defined(KSL_SANITIZE) // sanitizers have stacks of their own
+#if !defined(KSL_SANITIZE) // sanitizers need larger stacks
 TEST_F(TableRead, NeedsTheBufferAndLittleMoreOfTheStack) {
     constexpr size_t kBuffer = 64 * 1024;
     uintptr_t deepest = 0;
@@ -225,7 +225,7 @@ TEST_F(TableRead, NeedsTheBufferAndLittleMoreOfTheStack) {
     ASSERT_EQ(ksl_read_ARL_table(0, 1, entries, &count), 0);
     const size_t used = reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) - deepest;
     EXPECT_GE(used, kBuffer);
-    // With the frames of the script in between.
+    // The frames of the script are among them.
     EXPECT_LT(used, kBuffer + 1024);
     RecordProperty("bytes_of_stack", std::to_string(used));
 }

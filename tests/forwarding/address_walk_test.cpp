@@ -19,7 +19,7 @@ protected:
 };
 
 TEST_F(Walk, HandsOutEntriesWhileTheStatusIsExactlyReady) {
-    // The status is read from the register that delivers the entries: their first byte tells when the walk ends.
+    // The status is the first byte of the register that delivers the entries.
     platform.successive_reads = {{0x80}, {1, 2, 3, 4, 5, 6, 7, 8}, {0x80}, {0x80, 9, 9, 9, 9, 9, 9, 9}, {0x81}};
     __KSL_READ_ARL_TABLE(0x102, remember);
     EXPECT_EQ(seen, (std::vector<Bytes>{{1, 2, 3, 4, 5, 6, 7, 8}, {0x80, 9, 9, 9, 9, 9, 9, 9}}));

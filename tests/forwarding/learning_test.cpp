@@ -20,6 +20,8 @@ struct Number {
     TracePoint refused;
     TracePoint failed;
     TracePoint exit;
+
+    friend void PrintTo(const Number &row, std::ostream *out) { *out << row.name; }
 };
 
 class LearningNumber : public Opened, public testing::WithParamInterface<Number> {
@@ -105,7 +107,7 @@ TEST_P(LearningNumber, IsReadIntoAClearedBuffer) {
     EXPECT_EQ(out, 0x1200u);
 }
 
-// The placeholder stands there before the chip is asked.
+// The placeholder is stored before the chip is read.
 TEST_P(LearningNumber, ThePlaceholderComesFirst) {
     uint32_t seen = 0;
     platform.on_call = [&](const std::string &text) {
@@ -122,36 +124,36 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Number{"count", ksl_get_SA_count_at_port, 0x30, points::get_sa_count_at_port_entry,
                            points::get_sa_count_at_port_port_refused, points::get_sa_count_at_port_read_failed,
                            points::get_sa_count_at_port_exit},
-                    Number{"threshold", ksl_get_learning_threshold_at_port, 0x70,
+                    Number{"limit", ksl_get_learning_threshold_at_port, 0x70,
                            points::get_learning_threshold_at_port_entry,
                            points::get_learning_threshold_at_port_port_refused,
                            points::get_learning_threshold_at_port_read_failed,
                            points::get_learning_threshold_at_port_exit}),
     [](const auto &row) { return std::string(row.param.name); });
 
-// ---- Setting the threshold ----
+// ---- Setting the learning limit ----
 
-using LearningThreshold = Opened;
+using LearningLimit = Opened;
 
-TEST_F(LearningThreshold, IsWrittenAsThirteenBits) {
+TEST_F(LearningLimit, IsWrittenAsThirteenBits) {
     const std::pair<uint32_t, Bytes> rows[] = {
         {0, {0x00, 0x00}}, {1, {0x00, 0x01}}, {0x1234, {0x12, 0x34}}, {8191, {0x1F, 0xFF}}, {8192, {0x00, 0x00}},
     };
-    for (const auto &[threshold, bytes] : rows) {
+    for (const auto &[limit, bytes] : rows) {
         for (const uint32_t port : {0u, 1u, 23u}) {
-            EXPECT_EQ(ksl_set_learning_threshold_at_port(0x102, port, threshold), 0);
+            EXPECT_EQ(ksl_set_learning_threshold_at_port(0x102, port, limit), 0);
             EXPECT_EQ(platform.take(), (Calls{
                                            stamp_start(),
-                                           record(points::set_learning_threshold_at_port_entry, 0x102, port, threshold),
+                                           record(points::set_learning_threshold_at_port_entry, 0x102, port, limit),
                                            setreg(2, kPage, 0x70 + 2 * port, bytes),
-                                           record(points::set_learning_threshold_at_port_exit, 0, port, threshold),
+                                           record(points::set_learning_threshold_at_port_exit, 0, port, limit),
                                            stamp_end(),
                                        }));
         }
     }
 }
 
-TEST_F(LearningThreshold, HasZerosBehindTheBytesWritten) {
+TEST_F(LearningLimit, HasZerosAfterTheBytesWritten) {
     Bytes buffer;
     platform.on_call = [&](const std::string &text) {
         if (text.find("hwa_setreg") != std::string::npos && !platform.buffers.empty()) {
@@ -166,29 +168,29 @@ TEST_F(LearningThreshold, HasZerosBehindTheBytesWritten) {
     EXPECT_EQ(buffer, expected);
 }
 
-TEST_F(LearningThreshold, AboveTheLimitIsRefused) {
-    for (const uint32_t threshold : {8193u, 0x10000u, 0x80000000u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(ksl_set_learning_threshold_at_port(3, 23, threshold), -1);
+TEST_F(LearningLimit, AboveTheHighestIsRefused) {
+    for (const uint32_t limit : {8193u, 0x10000u, 0x80000000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(ksl_set_learning_threshold_at_port(3, 23, limit), -1);
         EXPECT_EQ(platform.take(),
-                  (Calls{stamp_start(), record(points::set_learning_threshold_at_port_entry, 3, 23, threshold),
-                         record(points::set_learning_threshold_at_port_threshold_refused, threshold),
-                         record(points::set_learning_threshold_at_port_exit, -1, 23, threshold), stamp_end()}));
+                  (Calls{stamp_start(), record(points::set_learning_threshold_at_port_entry, 3, 23, limit),
+                         record(points::set_learning_threshold_at_port_limit_refused, limit),
+                         record(points::set_learning_threshold_at_port_exit, -1, 23, limit), stamp_end()}));
     }
 }
 
-TEST_F(LearningThreshold, OfAPortAboveTheLastIsRefusedFirst) {
+TEST_F(LearningLimit, OfAPortAboveTheLastIsRefusedFirst) {
     for (const uint32_t port : {24u, 0x100u, 0xFFFFFFFFu}) {
-        for (const uint32_t threshold : {5u, 9000u}) {
-            EXPECT_EQ(ksl_set_learning_threshold_at_port(3, port, threshold), -1);
+        for (const uint32_t limit : {5u, 9000u}) {
+            EXPECT_EQ(ksl_set_learning_threshold_at_port(3, port, limit), -1);
             EXPECT_EQ(platform.take(),
-                      (Calls{stamp_start(), record(points::set_learning_threshold_at_port_entry, 3, port, threshold),
+                      (Calls{stamp_start(), record(points::set_learning_threshold_at_port_entry, 3, port, limit),
                              record(points::set_learning_threshold_at_port_port_refused, port),
-                             record(points::set_learning_threshold_at_port_exit, -1, port, threshold), stamp_end()}));
+                             record(points::set_learning_threshold_at_port_exit, -1, port, limit), stamp_end()}));
         }
     }
 }
 
-TEST_F(LearningThreshold, AFailedWriteHasTheSecondOfTheWriteRecords) {
+TEST_F(LearningLimit, AFailedWriteHasTheSecondOfTheWriteRecords) {
     for (const int32_t code : kFailureCodes) {
         platform.failures[1] = code;
         EXPECT_EQ(ksl_set_learning_threshold_at_port(0, 5, 9), code);

@@ -10,7 +10,7 @@
 namespace ksl::test {
 namespace {
 
-// Contents that tell page, place and byte apart.
+// Contents that differ by page, offset and byte.
 uint8_t content(uint32_t page, uint32_t offset, uint32_t byte) {
     return static_cast<uint8_t>(page * 31 + offset * 5 + byte * 67);
 }
@@ -38,7 +38,7 @@ protected:
         };
     }
 
-    // A block behind the last one shows what is written too far.
+    // The block after the last one shows a write that goes too far.
     ksl_mib_port_block blocks[KSL_PORTS + 1];
     const void *address_of_list = nullptr;
     std::vector<ksl_reg_request> requests;
@@ -179,7 +179,7 @@ TEST_F(Mib, WithoutTheBatchEveryCounterIsReadByItself) {
     EXPECT_EQ(bytes(), filled({}));
 }
 
-// The answers are placed by what stands in them, not by what was asked for.
+// An answer is placed by its own offset and length, not by those of the request.
 TEST_F(Mib, AnAnswerIsPlacedByItsOwnOffsetAndLength) {
     platform.on_get_multireg = [this](ksl_reg_request *list, uint32_t count) {
         address_of_list = list;
@@ -191,25 +191,27 @@ TEST_F(Mib, AnAnswerIsPlacedByItsOwnOffsetAndLength) {
         list[3] = {0x50, 0x10, {}, 4, {6, 7, 8, 9, 10}};
         list[4] = {0x50, 0x18, {}, 2, {11, 12, 13, 14}};
         list[5] = {0x50, 0x00, {}, 4, {15, 16, 17, 18, 19}};
+        list[6] = {0x50, 0x1C, {}, 8, {20, 21, 22, 23, 24, 25, 26, 27}};
     };
     EXPECT_EQ(ksl_read_MIB_counters_at_port(0, 0, blocks), 0);
     Bytes expected = filled({});
     const auto place = [&](size_t position, const Bytes &what) {
-        std::copy(what.begin(), what.end(), expected.begin() + static_cast<std::ptrdiff_t>(position));
+        std::copy(what.begin(), what.end(), expected.begin() + static_cast<ptrdiff_t>(position));
     };
     place(28, {1, 2, 3, 4});
     place(32, {6, 7, 8, 9});
     place(16, {11, 12});
     place(8, {15, 16, 17, 18});
+    place(36, {20, 21, 22, 23, 24, 25, 26, 27});
     EXPECT_EQ(bytes(), expected);
 
     Calls calls{stamp_start(), record(points::read_mib_counters_at_port_entry, 0, 0), batch(0)};
     const Call unplaced = record(points::read_mib_counters_at_port_unplaced);
     calls += {unplaced, unplaced};
-    for (const uint32_t word : {0x01020304u, 0x06070809u, 0x0B0CEEEEu, 0xEEEEEEEEu}) {
+    for (const uint32_t word : {0x01020304u, 0x06070809u, 0x0B0CEEEEu, 0xEEEEEEEEu, 0x14151617u}) {
         calls.push_back(record(points::read_mib_counters_at_port_counter, 0, word));
     }
-    calls.insert(calls.end(), 16, unplaced);
+    calls.insert(calls.end(), 15, unplaced);
     calls += {record(points::read_mib_counters_at_port_exit, 0), stamp_end()};
     EXPECT_EQ(platform.take(), calls);
 }
@@ -249,7 +251,7 @@ TEST_F(Mib, AllPortsAreReadInTheirOrder) {
     EXPECT_EQ(bytes(), filled(all));
 }
 
-TEST_F(Mib, AFailedPortHidesNoOtherAndOnlyTheLastOneTells) {
+TEST_F(Mib, AFailedPortHidesNoOtherAndOnlyTheLastOneDecides) {
     for (const uint32_t failing : {0u, 3u, 22u, 23u}) {
         SCOPED_TRACE(failing);
         std::memset(blocks, kUntouched, sizeof blocks);

@@ -122,7 +122,7 @@ class TrunkValidation : public Trunk {
 protected:
     uint32_t verdict = 0xEEEEEEEE;
 
-    // The inner read takes place on a record of the operation's own: only its records without addresses are stated.
+    // The inner read fills a record of the operation, whose address the test does not know.
     static Calls without_addresses(const Calls &calls) {
         Calls kept;
         for (const Call &call : calls) {
@@ -136,7 +136,7 @@ protected:
         return kept;
     }
 
-    // What it does around a read that succeeds.
+    // Its calls before and after a successful read.
     Calls successful(uint32_t chip, uint32_t group, uint32_t port_a, uint32_t port_b) {
         const Bytes control = platform.registers[{kPage, 0x00}];
         const Bytes group0 = platform.registers[{kPage, 0x10}];
@@ -180,7 +180,7 @@ TEST_F(TrunkValidation, EveryPortHasItsBit) {
             holds(0x02, 0x08000000 | members);
             EXPECT_EQ(ksl_validate_trunk_group(0, 0, a, b, &verdict), 0);
             EXPECT_EQ(verdict, 1u);
-            // Everything but one of the two.
+            // All bits but one of the two.
             for (const uint32_t absent : {a, b}) {
                 holds(0xFF, 0xFFFFFFFF & ~(1u << absent));
                 EXPECT_EQ(ksl_validate_trunk_group(0, 0, a, b, &verdict), 0);
@@ -226,7 +226,7 @@ TEST_F(TrunkValidation, NeverConfirmsTheOtherGroup) {
     EXPECT_EQ(without_addresses(platform.take()), successful(1, 1, 2, 3));
 }
 
-TEST_F(TrunkValidation, ReadsIntoARecordOfItsOwn) {
+TEST_F(TrunkValidation, ReadsIntoItsOwnRecord) {
     holds(0x02, 0x08000003);
     ksl_validate_trunk_group(7, 0, 0, 1, &verdict);
     Calls words;
@@ -244,7 +244,7 @@ TEST_F(TrunkValidation, ReadsIntoARecordOfItsOwn) {
     }
 }
 
-TEST_F(TrunkValidation, RefusesWhatIsOutOfRangeAndLeavesTheVerdict) {
+TEST_F(TrunkValidation, RefusesOtherArgumentsAndLeavesTheVerdict) {
     struct {
         uint32_t group;
         uint32_t port_a;
@@ -305,7 +305,7 @@ TEST_F(TrunkValidation, TheVerdictIsNoBeforeAnythingIsRead) {
     EXPECT_EQ(verdict, 1u);
 }
 
-// The inner read takes the start stamp over.
+// The inner read overwrites the start stamp.
 TEST_F(TrunkValidation, ItsRunTimeBeginsWithTheRead) {
     ksl_enable_time();
     platform.clock_step = 31;

@@ -15,12 +15,12 @@ protected:
     }
 
     const Call open_trace = platform_call("trace_kbuf_init_buffer ksl_trace_buffer XKSL 32768");
-    const Call open_first = platform_call("dlopen libhwa.so 258");
-    const Call open_second = platform_call("dlopen libqrthwa.gen1.so 258");
+    const Call open_first = platform_call("dlopen libhwa.so RTLD_NOW|RTLD_GLOBAL");
+    const Call open_second = platform_call("dlopen libqrthwa.gen1.so RTLD_NOW|RTLD_GLOBAL");
     const Call ask_loader = platform_call("dlerror");
     const Call allocate = platform_call("malloc 131072");
 
-    // The file names are the library's own constants; what stands at their addresses is theirs to tell.
+    // The file names are constants of the library; the trace has their addresses alone.
     Call missing(TracePoint point) {
         for (const Call &call : platform.calls) {
             if (call.identifier == point.identifier) {
@@ -40,7 +40,7 @@ TEST_F(Lifecycle, InitBindsTheFirstLibrary) {
     EXPECT_EQ(ksl_scratch_buffer, platform.allocated[0]);
 }
 
-TEST_F(Lifecycle, InitBindsTheSecondLibraryWhereTheFirstIsAbsent) {
+TEST_F(Lifecycle, InitBindsTheSecondLibraryIfTheFirstIsAbsent) {
     platform.libraries = {"libqrthwa.gen1.so"};
     ksl_init();
     const Call first_missing = missing(points::first_lower_library_missing);
@@ -98,7 +98,7 @@ TEST_F(Lifecycle, ASecondInitKeepsTheLibraryAndAllocatesAgain) {
     EXPECT_EQ(ksl_scratch_buffer, platform.allocated[1]);
 }
 
-TEST_F(Lifecycle, ASecondInitTriesAgainWhereNoLibraryWasBound) {
+TEST_F(Lifecycle, ASecondInitTriesAgainIfNoLibraryWasBound) {
     platform.libraries = {};
     ksl_init();
     platform.take();
@@ -159,8 +159,8 @@ TEST_F(Lifecycle, TerminateWithoutALibraryClosesNone) {
               (Calls{platform_call("trace_kbuf_free ksl_trace_buffer"), platform_call("free an allocated block")}));
 }
 
-// The second one frees the same block again, for which nobody but the caller can answer; here it is null.
-TEST_F(Lifecycle, TerminateFreesWhatThePointerSaysEachTime) {
+// The second call frees the same block again. Only its caller is to blame for that; here the pointer is null.
+TEST_F(Lifecycle, TerminateFreesThePointersBlockEachTime) {
     platform.malloc_fails = true;
     ksl_init();
     const Call free_trace = platform_call("trace_kbuf_free ksl_trace_buffer");

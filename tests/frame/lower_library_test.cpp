@@ -55,7 +55,7 @@ TEST_F(LowerLibrary, TheOthersPassTheirArguments) {
     EXPECT_EQ(platform.take(), (Calls{entry_point("hwa_get_multireg", {0xFF, whole(&request), 0x12345678})}));
 }
 
-// Every shim with its entry point and the record of its absence.
+// Every shim with its entry point and the record that this is missing.
 struct Shim {
     const char *entry_point;
     TracePoint missing;
@@ -159,7 +159,7 @@ TEST_F(MultiReadFallback, ReturnsTheLastResultAndZerosForAFailedRead) {
     EXPECT_EQ(__hwa_get_multireg(0, requests, 3), -5);
 }
 
-TEST_F(MultiReadFallback, KeepsWhatAFailedReadDelivered) {
+TEST_F(MultiReadFallback, KeepsTheBytesOfAFailedRead) {
     platform.registers[{0, 0}] = {0x11, 0x12};
     platform.failures[1] = 9;
     platform.failing_reads_deliver = true;
@@ -168,7 +168,7 @@ TEST_F(MultiReadFallback, KeepsWhatAFailedReadDelivered) {
     EXPECT_EQ(Bytes(request.data, request.data + 2), (Bytes{0x11, 0x12}));
 }
 
-TEST_F(MultiReadFallback, OfNothingSucceeds) {
+TEST_F(MultiReadFallback, SucceedsWithoutRequests) {
     EXPECT_EQ(__hwa_get_multireg(0, nullptr, 0), 0);
     EXPECT_EQ(platform.take(), (Calls{lookup_missing("hwa_get_multireg")}));
 }
@@ -183,7 +183,7 @@ TEST_F(MultiReadFallback, WithoutGetregTracesEveryRead) {
     EXPECT_EQ(Bytes(requests[1].data, requests[1].data + 2), (Bytes{0, 7}));
 }
 
-TEST_F(LowerLibrary, TheBatchIsUsedWhereItExists) {
+TEST_F(LowerLibrary, TheBatchIsUsedIfItExists) {
     platform.result = 3;
     platform.on_get_multireg = [](ksl_reg_request *requests, uint32_t) { requests[0].data[0] = 0x55; };
     ksl_reg_request request{0, 0, {}, 1, {}};

@@ -7,7 +7,7 @@
 namespace ksl::test {
 namespace {
 
-// Every number of a port that is none.
+// Numbers that are no port's.
 constexpr uint32_t kNoPorts[] = {24, 25, 255, 256, 0x80000000, 0xFFFFFFFF};
 
 // ---- On and off ----
@@ -30,7 +30,7 @@ class PortSwitching : public Opened, public testing::WithParamInterface<Switch> 
 protected:
     const Switch &row = GetParam();
 
-    // The buffer of the access of that number.
+    // The buffer of the access with that number.
     const void *buffer(size_t number) const { return platform.buffers.at(number - 1); }
 };
 
@@ -66,7 +66,7 @@ TEST_P(PortSwitching, ReachesTheRegistersOfTheFirstAndTheLastPort) {
     }
 }
 
-TEST_P(PortSwitching, RefusesPortsThatAreNone) {
+TEST_P(PortSwitching, RefusesOtherPorts) {
     ksl_enable_time();
     for (const uint32_t port : kNoPorts) {
         EXPECT_EQ(row.run(0, port), -1);
@@ -152,7 +152,7 @@ TEST_P(PortSwitching, FailsWithoutTheEntryPoints) {
     EXPECT_EQ(calls[9].text, record(row.exit, -1).text);
 }
 
-// What the lower library leaves out of a read that it calls successful is what was written.
+// A byte that the lower library leaves out of a successful read is the one that was written.
 TEST_P(PortSwitching, ReadsBackIntoTheBufferThatItWroteFrom) {
     platform.delivered_bytes = 0;
     EXPECT_EQ(row.run(0, 5), 0);
@@ -204,7 +204,7 @@ TEST_F(PortControlRegister, GivesAWord) {
     }
 }
 
-TEST_F(PortControlRegister, RefusesPortsThatAreNone) {
+TEST_F(PortControlRegister, RefusesOtherPorts) {
     ksl_enable_time();
     for (const uint32_t port : kNoPorts) {
         EXPECT_EQ(ksl_read_port_cntrl_reg(0, port, out.words()), -1);
@@ -276,7 +276,7 @@ TEST_F(PhyReset, WritesOnce) {
     }
 }
 
-TEST_F(PhyReset, RefusesPortsThatAreNoneThroughTheWholeFrame) {
+TEST_F(PhyReset, RefusesOtherPortsThroughTheWholeFrame) {
     ksl_enable_time();
     for (const uint32_t port : kNoPorts) {
         EXPECT_EQ(ksl_reset_PHY(0x102, port), -1);
@@ -291,7 +291,7 @@ TEST_F(PhyReset, RefusesPortsThatAreNoneThroughTheWholeFrame) {
     }
 }
 
-TEST_F(PhyReset, HasAFailureRecordOfItsOwn) {
+TEST_F(PhyReset, LeavesTheSecondRecordOfAFailedWrite) {
     for (const int32_t code : kCodes) {
         platform.failures[1] = code;
         EXPECT_EQ(ksl_reset_PHY(0, 5), code);

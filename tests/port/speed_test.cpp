@@ -13,7 +13,7 @@ protected:
 
     Call read_failed(uint32_t port) { return record(points::get_port_speed_read_failed, port + 0x10, 0x30, 2); }
 
-    // The list of a successful change of the control register of port 3 on chip 2.
+    // The calls of a successful change of PHY control of port 3 on chip 2.
     Calls change(uint32_t speed, const Bytes &before, const Bytes &after) {
         return {
             stamp_start(),
@@ -54,7 +54,7 @@ TEST_F(PortSpeed, IsBitOneOfTheSecondByte) {
     }
 }
 
-TEST_F(PortSpeed, AFailedReadHasARecordOfItsOwn) {
+TEST_F(PortSpeed, AFailedReadHasItsOwnRecord) {
     platform.failing_reads_deliver = true;
     platform.registers[{0x13, 0x30}] = {0xFF, 0xFF};
     for (const int32_t code : kCodes) {
@@ -114,7 +114,7 @@ TEST_F(PortSpeed, AnyPortIsReadAtItsPage) {
 
 TEST_F(PortSpeed, ANullOutputIsWrittenTo) {
     EXPECT_DEATH(ksl_get_port_speed(0, 0, nullptr), "");
-    // Without a value to deliver it is not met.
+    // Without a value to deliver it is not written to.
     platform.failures[1] = 9;
     EXPECT_EQ(ksl_get_port_speed(0, 0, nullptr), 9);
 }

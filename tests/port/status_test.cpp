@@ -118,7 +118,7 @@ TEST_F(StatusReads, OnlyTheFirstLinkOutputIsChecked) {
     EXPECT_EQ(ksl_read_link_status_regs(0, nullptr, out2), -1);
     EXPECT_TRUE(out2.holds({}));
     platform.take();
-    // A null second output is met by the copy only, so a failing second read never gets there.
+    // Only the copy writes to a null second output, and a second read that fails never comes to it.
     platform.failures[2] = 9;
     EXPECT_EQ(ksl_read_link_status_regs(0, out, nullptr), 9);
 }
@@ -204,7 +204,7 @@ TEST_P(OneRegisterRead, FailsWithoutTheEntryPoint) {
                                }));
 }
 
-// What a lower library leaves out of a read that it calls successful reaches the caller as zeros.
+// Bytes that the lower library leaves out of a successful read reach the caller as zeros.
 TEST_P(OneRegisterRead, StartsFromAClearedBuffer) {
     if (!row.cleared) {
         return;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the tests of both validations share: a scripted configuration library and its records.
+// A scripted configuration library and its records, for the tests of both validations.
 #pragma once
 
 #include "output.h"
@@ -11,7 +11,7 @@
 
 namespace ksl::test {
 
-// A setting; the byte that nobody examines and what a short register leaves over hold anything.
+// A setting. The byte that nobody examines and the bytes after a short register hold anything.
 inline ksl_cfg_record setting(uint8_t page, uint8_t offset, const Bytes &value) {
     ksl_cfg_record record{0x5A, page, offset, 0, {0xC3, 0xC3, 0xC3, 0xC3, 0xC3, 0xC3, 0xC3, 0xC3}};
     std::copy(value.begin(), value.end(), record.value);
@@ -44,7 +44,7 @@ protected:
                            [&](const Call &call) { return call.identifier == point.identifier; });
     }
 
-    const Call open = platform_call("dlopen /opt/libcfg.so 258");
+    const Call open = platform_call("dlopen /opt/libcfg.so RTLD_NOW|RTLD_GLOBAL");
     const Call look_up = platform_call("look up __ksl_get_cfg");
     const Call ask = platform_call("__ksl_get_cfg");
     const Call close = platform_call("dlclose configuration");

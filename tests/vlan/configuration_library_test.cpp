@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Validations of the shipped library with real configuration libraries: what stays loaded is asked of the loader.
+// Validations of the shipped library with real configuration libraries. The loader says which of them stay loaded.
 #include <gtest/gtest.h>
 #include <ksl/ksl.h>
 
@@ -23,7 +23,7 @@ bool loaded(const char *path) {
     return handle != nullptr;
 }
 
-// How often the library was opened and not closed; closes it for good.
+// How often the library was opened and not closed. Closes it completely.
 int left_open(const char *path) {
     void *const handle = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
     int times = 0;
@@ -36,7 +36,8 @@ int left_open(const char *path) {
     return times;
 }
 
-// Through the program's own handle: a look-up in the default scope would keep what it finds loaded.
+// Through the program's own handle: a look-up in the default scope would keep the library loaded in which it finds
+// something.
 bool in_global_scope(const char *symbol) {
     void *const program = dlopen(nullptr, RTLD_NOW);
     const bool found = dlsym(program, symbol) != nullptr;
@@ -46,7 +47,7 @@ bool in_global_scope(const char *symbol) {
 
 class ConfigurationLibrary : public testing::Test {
 protected:
-    // The lower library is found by its name as long as it is open under its path.
+    // The loader finds the lower library by its name while it is open under its path.
     ConfigurationLibrary() {
         void *const lower = dlopen(LOWER_LIBRARIES "/libhwa.so", RTLD_NOW | RTLD_LOCAL);
         EXPECT_NE(lower, nullptr) << dlerror();
@@ -87,7 +88,7 @@ TEST_F(ConfigurationLibrary, IsUnloadedAfterAMismatch) {
     EXPECT_EQ(ksl_cfg_handle, nullptr);
 }
 
-TEST_F(ConfigurationLibrary, IsNotLoadedWhereThereIsNone) {
+TEST_F(ConfigurationLibrary, IsNotLoadedIfThereIsNone) {
     for (const char *const path : {static_cast<const char *>(nullptr), kAbsent}) {
         const int32_t result = path == nullptr ? -1 : 0;
         EXPECT_EQ(validate_pvids(path), result);

@@ -77,7 +77,7 @@ protected:
     uint32_t verdict = 0xEEEEEEEE;
 };
 
-TEST_F(VlanSupportVerdict, IsTheTopBit) {
+TEST_F(VlanSupportVerdict, IsBitSeven) {
     const struct {
         uint8_t byte;
         uint32_t verdict;
@@ -107,7 +107,7 @@ TEST_F(VlanSupportVerdict, IsTheTopBit) {
     }
 }
 
-TEST_F(VlanSupportVerdict, IsNoWhereTheReadFails) {
+TEST_F(VlanSupportVerdict, IsNoIfTheReadFails) {
     platform.failing_reads_deliver = true;
     platform.registers[{0x34, 0x00}] = {0xFF};
     for (const int32_t code : kCodes) {
@@ -140,7 +140,7 @@ TEST_F(VlanSupportVerdict, IsNoWithoutTheEntryPoint) {
     EXPECT_EQ(platform.take().size(), 12u);
 }
 
-// The verdict is no by the time that the register is read.
+// The verdict is already no when the register is read.
 TEST_F(VlanSupportVerdict, IsNoBeforeTheRead) {
     uint32_t seen = 5;
     platform.on_call = [&](const std::string &text) {

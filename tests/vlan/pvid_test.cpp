@@ -22,7 +22,7 @@ protected:
     // Different for every port.
     static Bytes bytes(uint32_t port) { return {static_cast<uint8_t>(0x80 + port), static_cast<uint8_t>(0x40 + port)}; }
 
-    // What the first ports deliver.
+    // The words of the first ports.
     static Bytes words(uint32_t ports) {
         Bytes all;
         for (uint32_t port = 0; port < ports; ++port) {
@@ -103,7 +103,7 @@ TEST_F(PvidReads, FailWithoutTheEntryPoint) {
                                }));
 }
 
-// Cleared once, before the first port: what a later read leaves out is what the one before delivered.
+// It is cleared before the first port alone: bytes that a later read leaves out are those of the read before.
 TEST_F(PvidReads, ShareABufferThatIsClearedOnce) {
     platform.delivered_bytes = 0;
     platform.on_call = [&](const std::string &text) {
@@ -155,7 +155,7 @@ TEST_F(PvidWrites, ReplaceTheWholeRegister) {
     }
 }
 
-TEST_F(PvidWrites, RefusePortsThatAreNone) {
+TEST_F(PvidWrites, RefuseOtherPorts) {
     ksl_enable_time();
     for (const uint32_t port : {24u, 25u, 255u, 256u, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(ksl_set_PVID(0, 1, 2, port), -1);

@@ -23,7 +23,7 @@ TEST_F(VlanTable, EntryIsAddressedThenCommandedThenRead) {
     EXPECT_TRUE(out.holds(entry));
     const Calls calls = platform.take();
     ASSERT_EQ(calls.size(), 9u) << calls;
-    // Where the operation keeps the entry is its own affair; the second address is that of the entry's fourth byte.
+    // Only the operation knows where it keeps the entry; the second address is that of the entry's fourth byte.
     const uint32_t buffer = slots(calls[5])[0];
     EXPECT_NE(buffer, 0u);
     EXPECT_NE(buffer, address(out));
@@ -53,7 +53,7 @@ TEST_F(VlanTable, EntryIsTracedBeforeItIsDelivered) {
     EXPECT_EQ(traced, 1u);
 }
 
-// Every field alone, all its bits set, and all the others alone.
+// Each field alone with all its bits set, the bits above all fields, and all bits together.
 TEST_F(VlanTable, EntryIsTracedInItsFiveFields) {
     const struct {
         Bytes entry;
@@ -75,14 +75,14 @@ TEST_F(VlanTable, EntryIsTracedInItsFiveFields) {
     }
 }
 
-TEST_F(VlanTable, AcceptsEveryVlanThatThereIs) {
+TEST_F(VlanTable, AcceptsEveryVlan) {
     for (const uint32_t vid : {1u, 0xFFu, 0x100u, 0x800u, 4093u, 4094u}) {
         EXPECT_EQ(ksl_read_VLAN_map(0, vid, out), 0);
         EXPECT_EQ(platform.take()[2].text, setreg(0, 0x08, 0x32, vid_address(vid)).text);
     }
 }
 
-TEST_F(VlanTable, RefusesVlansThatAreNoneAndNeedsAnOutput) {
+TEST_F(VlanTable, RefusesOtherNumbersAndNeedsAnOutput) {
     ksl_enable_time();
     for (const uint32_t vid : {0u, 4095u, 4096u, 4097u, 0x80000001u, 0xFFFFFFFFu}) {
         EXPECT_EQ(ksl_read_VLAN_map(0, vid, out), -1);

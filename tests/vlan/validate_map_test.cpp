@@ -12,7 +12,7 @@ ksl_cfg_record entry_record(const Bytes &entry) {
     return setting(0x08, 0x38, entry);
 }
 
-// An address record as one writes it into the register, with bits above the VLAN's number.
+// An address record as it is written to the register, with bits above the VLAN's number.
 ksl_cfg_record address_record(uint32_t vid) {
     return setting(0x08, 0x32, {0x00, static_cast<uint8_t>(0x20 | vid >> 8), static_cast<uint8_t>(vid)});
 }
@@ -133,15 +133,15 @@ TEST_F(MapValidation, EntriesThatAreNotValidNeverMatch) {
 struct Scan {
     const char *name;
     std::vector<ksl_cfg_record> records;
-    // The fourth byte of the entry that is expected, which tells the entries apart.
+    // The fourth byte of the expected entry, by which the entries differ.
     uint32_t entry;
     bool vid_found;
 };
 
 TEST_F(MapValidation, ExpectsTheLastEntryBeforeTheFirstAddressOfTheVlan) {
     const Scan rows[] = {
-        {"data, address, data", {entry_record(kA), address_record(10), entry_record(kB)}, 0x0A, true},
-        {"data, data, address", {entry_record(kA), entry_record(kB), address_record(10)}, 0x0B, true},
+        {"entry, address, entry", {entry_record(kA), address_record(10), entry_record(kB)}, 0x0A, true},
+        {"entry, entry, address", {entry_record(kA), entry_record(kB), address_record(10)}, 0x0B, true},
         {"no address of the VLAN",
          {entry_record(kA), address_record(11), entry_record(kB), address_record(12)},
          0x0B,
@@ -151,7 +151,7 @@ TEST_F(MapValidation, ExpectsTheLastEntryBeforeTheFirstAddressOfTheVlan) {
          {entry_record(kA), address_record(10), entry_record(kB), address_record(10)},
          0x0A,
          true},
-        {"an address before all data", {address_record(10), entry_record(kA)}, 0, true},
+        {"an address before all entries", {address_record(10), entry_record(kA)}, 0, true},
         {"the one after another VLAN's",
          {entry_record(kA), address_record(9), entry_record(kB), address_record(10), entry_record(kC)},
          0x0B,
@@ -195,7 +195,7 @@ TEST_F(MapValidation, ExpectsTheLastEntryBeforeTheFirstAddressOfTheVlan) {
     }
 }
 
-TEST_F(MapValidation, AVlanThatIsNoneIsRefusedByTheRead) {
+TEST_F(MapValidation, TheReadRefusesANumberThatIsNoVlan) {
     expect({entry_record(kA), address_record(0), entry_record(kB), address_record(4095)});
     hardware(kA);
     for (const uint32_t vid : {0u, 4095u, 4096u, 0x1000Au, 0xFFFFFFFFu}) {
@@ -204,7 +204,7 @@ TEST_F(MapValidation, AVlanThatIsNoneIsRefusedByTheRead) {
         EXPECT_EQ(ksl_validate_VLAN_map(0, vid, kConfigurationPath, &verdict), -1);
         EXPECT_EQ(verdict, 0u);
         EXPECT_TRUE(stays_open());
-        // The whole number is compared with the 12 bits of a record.
+        // The whole number, not its low 12 bits, is compared with a record's 12 bits.
         EXPECT_EQ(traced(points::validate_VLAN_map_vid_found), vid == 0 || vid == 4095);
         const Calls calls = platform.take();
         EXPECT_EQ(Calls(calls.end() - 6, calls.end()), (Calls{

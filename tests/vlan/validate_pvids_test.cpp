@@ -14,7 +14,7 @@ class PvidValidation : public Configured {
 protected:
     void hardware(uint32_t port, const Bytes &bytes) { platform.registers[{kPage, offset_of(port)}] = bytes; }
 
-    // Runs it and forgets its calls.
+    // Runs the validation and forgets its calls.
     uint32_t verdict_now() {
         EXPECT_EQ(ksl_validate_VLAN_PVID_set(0, kConfigurationPath, &verdict), 0);
         EXPECT_TRUE(closed());
@@ -22,7 +22,7 @@ protected:
         return verdict;
     }
 
-    // The records of one point.
+    // The records of one trace point.
     Calls only(const Calls &calls, TracePoint point) {
         Calls some;
         std::copy_if(calls.begin(), calls.end(), std::back_inserter(some),

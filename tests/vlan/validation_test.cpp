@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The road that both validations take to their expected records.
+// The steps of both validations up to their expected records.
 #include "configuration.h"
 
 namespace ksl::test {
@@ -20,14 +20,14 @@ struct Validation {
     friend std::ostream &operator<<(std::ostream &out, const Validation &row) { return out << row.name; }
 };
 
-class ConfigurationRoad : public Configured, public testing::WithParamInterface<Validation> {
+class ConfigurationSteps : public Configured, public testing::WithParamInterface<Validation> {
 protected:
     const Validation &row = GetParam();
 
     Call entry(const char *path) { return row.entry(path, &verdict); }
 };
 
-TEST_P(ConfigurationRoad, NeedsAPath) {
+TEST_P(ConfigurationSteps, NeedsAPath) {
     ksl_enable_time();
     ksl_cfg_handle = kFirstHandle;
     EXPECT_EQ(row.run(nullptr, &verdict), -1);
@@ -43,7 +43,7 @@ TEST_P(ConfigurationRoad, NeedsAPath) {
                                }));
 }
 
-TEST_P(ConfigurationRoad, SucceedsWithoutAVerdictWhereTheLibraryDoesNotOpen) {
+TEST_P(ConfigurationSteps, SucceedsWithoutAVerdictIfTheLibraryDoesNotOpen) {
     platform.libraries.erase(kConfigurationPath);
     ksl_enable_time();
     ksl_cfg_handle = kFirstHandle;
@@ -62,7 +62,7 @@ TEST_P(ConfigurationRoad, SucceedsWithoutAVerdictWhereTheLibraryDoesNotOpen) {
                                }));
 }
 
-TEST_P(ConfigurationRoad, KeepsALibraryOpenThatLacksTheEntryPoint) {
+TEST_P(ConfigurationSteps, KeepsALibraryOpenThatLacksTheEntryPoint) {
     platform.missing_entry_points = {"__ksl_get_cfg"};
     ksl_enable_time();
     EXPECT_EQ(row.run(kConfigurationPath, &verdict), 0);
@@ -81,7 +81,7 @@ TEST_P(ConfigurationRoad, KeepsALibraryOpenThatLacksTheEntryPoint) {
                                }));
 }
 
-TEST_P(ConfigurationRoad, AsksTheLibraryForItsRecords) {
+TEST_P(ConfigurationSteps, AsksTheLibraryForItsRecords) {
     EXPECT_EQ(row.run(kConfigurationPath, &verdict), 0);
     EXPECT_TRUE(closed());
     const Calls calls = platform.take();
@@ -97,7 +97,7 @@ TEST_P(ConfigurationRoad, AsksTheLibraryForItsRecords) {
                                                        }));
 }
 
-TEST_P(ConfigurationRoad, ReturnsWhatTheHardwareAnsweredNotTheLibrary) {
+TEST_P(ConfigurationSteps, ReturnsTheResultOfTheHardwareNotOfTheLibrary) {
     for (const int32_t code : kCodes) {
         platform.configuration_result = code;
         EXPECT_EQ(row.run(kConfigurationPath, &verdict), 0);
@@ -110,7 +110,7 @@ TEST_P(ConfigurationRoad, ReturnsWhatTheHardwareAnsweredNotTheLibrary) {
     }
 }
 
-TEST_P(ConfigurationRoad, ComparesNothingWithoutAList) {
+TEST_P(ConfigurationSteps, ComparesNothingWithoutAList) {
     platform.configuration = {};
     platform.configuration_result = 77;
     EXPECT_EQ(row.run(kConfigurationPath, &verdict), 77);
@@ -122,7 +122,7 @@ TEST_P(ConfigurationRoad, ComparesNothingWithoutAList) {
     EXPECT_EQ(calls[7].text, record(row.exit, 0, 77).text);
 }
 
-TEST_P(ConfigurationRoad, KeepsTheLibraryOpenWhenAnAccessFails) {
+TEST_P(ConfigurationSteps, KeepsTheLibraryOpenWhenAnAccessFails) {
     for (uint32_t failing = 1; failing <= row.accesses; ++failing) {
         for (const int32_t code : kCodes) {
             verdict = 5;
@@ -137,7 +137,7 @@ TEST_P(ConfigurationRoad, KeepsTheLibraryOpenWhenAnAccessFails) {
     }
 }
 
-TEST_P(ConfigurationRoad, KeepsTheLibraryOpenWithoutTheEntryPointsOfTheLowerOne) {
+TEST_P(ConfigurationSteps, KeepsTheLibraryOpenWithoutTheEntryPointsOfTheLowerOne) {
     for (const char *const missing : {"hwa_getreg", "hwa_setreg"}) {
         platform.missing_entry_points = {missing};
         const bool needed = std::string(missing) == "hwa_getreg" || row.accesses == 3;
@@ -148,21 +148,21 @@ TEST_P(ConfigurationRoad, KeepsTheLibraryOpenWithoutTheEntryPointsOfTheLowerOne)
     }
 }
 
-TEST_P(ConfigurationRoad, ForgetsALibraryThatCannotBeClosed) {
+TEST_P(ConfigurationSteps, ForgetsALibraryThatCannotBeClosed) {
     platform.close_result = -1;
     EXPECT_EQ(row.run(kConfigurationPath, &verdict), 0);
     EXPECT_TRUE(closed());
 }
 
-// A library that stayed open is forgotten by the next validation, not closed.
-TEST_P(ConfigurationRoad, ClosesTheLibraryThatItOpenedItself) {
+// The next validation does not close a library that stayed open, but forgets it.
+TEST_P(ConfigurationSteps, ClosesTheLibraryThatItOpenedItself) {
     ksl_cfg_handle = kFirstHandle;
     EXPECT_EQ(row.run(kConfigurationPath, &verdict), 0);
     EXPECT_TRUE(closed());
     EXPECT_EQ(platform.take().text().find("dlclose first"), std::string::npos);
 }
 
-TEST_P(ConfigurationRoad, HasNoVerdictBeforeTheComparison) {
+TEST_P(ConfigurationSteps, HasNoVerdictBeforeTheComparison) {
     uint32_t at_entry = 0;
     uint32_t at_open = 5;
     uint32_t at_read = 5;
@@ -177,12 +177,12 @@ TEST_P(ConfigurationRoad, HasNoVerdictBeforeTheComparison) {
     EXPECT_EQ(at_read, 0u);
 }
 
-TEST_P(ConfigurationRoad, WritesTheVerdictUnchecked) {
+TEST_P(ConfigurationSteps, WritesTheVerdictUnchecked) {
     EXPECT_DEATH(row.run(nullptr, nullptr), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Vlan, ConfigurationRoad,
+    Vlan, ConfigurationSteps,
     testing::Values(
         Validation{"pvids",
                    [](const char *path, uint32_t *verdict) { return ksl_validate_VLAN_PVID_set(0x102, path, verdict); },
