@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The two validations over any list of records that a configuration library can hand out. What they should find is told
-// by a model of its own, which looks at bytes where the library looks at words.
+// The two validations over any list of records that a configuration library can hand out. A
+// model says what they should find. It looks at bytes where the library looks at words.
 #include "input.h"
 #include "platform.h"
 #include "require.h"
@@ -70,7 +70,7 @@ List take_list(Input &input, uint32_t vid) {
         list.push_back(take_record(input, vid));
     }
     list.push_back({0, 0, 0, 1, {}});
-    // Nothing behind the last: a sanitizer sees who reads on.
+    // Nothing follows the last: a sanitizer sees who reads on.
     list.shrink_to_fit();
     return list;
 }
@@ -137,7 +137,7 @@ void check(const Platform &platform, bool compared, bool same, int32_t uncompare
         require(result == platform.first_failure, "what could not be read is the result");
         require(verdict == (result == 0 && same ? 1U : 0U), "the verdict is that of the model");
     }
-    require(platform.accesses_after_failure == 0, "nothing is accessed behind a failure");
+    require(platform.accesses_after_failure == 0, "nothing is accessed after a failure");
     const bool finished = compared && result == 0;
     require(platform.closed_configurations == (finished ? 1U : 0U), "a comparison closes the configuration library");
     require(!finished || ksl_cfg_handle == nullptr, "and forgets it");

@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Any text as an expected configuration: one that can be written and read again and become records, or one clear
 // sentence.
-#include "require.h"
+#include "lines.h"
 
 #include <expectation.h>
-
-#include <algorithm>
-#include <string_view>
+#include <expected_records.h>
 
 namespace {
 
 using namespace fuzz;
 using kslcfg::Expectation;
-
-bool is_last(const ksl_cfg_record &record) {
-    return record.page == 0 && record.offset == 0 && record.end_flag == 1;
-}
 
 void check_values(const Expectation &expectation) {
     for (const kslcfg::Pvid &pvid : expectation.pvids) {
@@ -36,18 +30,20 @@ void check_values(const Expectation &expectation) {
 
 void check_records(const Expectation &expectation) {
     const std::vector<ksl_cfg_record> records = kslcfg::records(expectation);
-    require(std::find_if(records.begin(), records.end(), is_last) == records.end() - 1, "the last record alone ends");
+    require(std::find_if(records.begin(), records.end(), kslcfg::is_last) == records.end() - 1,
+            "the last record alone ends");
     for (unsigned port = 0; port < KSL_PORTS; ++port) {
         require(kslcfg::pvid_from(records[port].value) == expectation.pvids[port], "the first records are the PVIDs");
     }
-    // Entries stand in pairs of content and number, behind everything else but two.
-    size_t at = KSL_PORTS + expectation.registers.size();
     for (const kslcfg::VlanEntry &entry : expectation.vlans) {
-        require(kslcfg::vlan_entry_from(entry.vid, records[at].value) == entry, "a record holds all of its entry");
-        require(((records[at + 1].value[1] & 0xFU) << 8 | records[at + 1].value[2]) == entry.vid, "and is named after");
-        at += 2;
+        const kslcfg::ExpectedVlanEntry found = kslcfg::expected_vlan_entry(records.data(), entry.vid);
+        require(found.named && kslcfg::vlan_entry_from(entry.vid, found.bytes.data()) == entry,
+                "the records name each VLAN after all of its entry");
     }
-    require(at + 2 == records.size(), "nothing else is among the records");
+    const size_t others = KSL_PORTS + expectation.registers.size() + 2 * expectation.vlans.size();
+    require(records.size() == others + 2,
+            "nothing else is among the records but an entry that is not valid and the end");
+    require(!kslcfg::vlan_entry_from(0, records[others].value).valid, "an entry that is not valid is the last");
 }
 
 } // namespace
@@ -57,10 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     try {
         expectation = kslcfg::parse({reinterpret_cast<const char *>(bytes), size});
     } catch (const kslcfg::Unusable &problem) {
-        const std::string_view words = problem.what();
-        require(words.starts_with("line "), "what cannot be used is told with its line");
-        const auto breaks = [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; };
-        require(std::none_of(words.begin(), words.end(), breaks), "and in one line");
+        require_complaint(problem.what());
         return 0;
     }
     check_values(expectation);

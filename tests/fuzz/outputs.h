@@ -29,7 +29,7 @@ public:
 
     // From a byte of it on.
     bool is_untouched_from(size_t byte) const {
-        return all_filler(memory_.begin() + kMargin + static_cast<std::ptrdiff_t>(byte), memory_.end());
+        return all_filler(memory_.begin() + kMargin + static_cast<ptrdiff_t>(byte), memory_.end());
     }
 
 private:

@@ -13,13 +13,6 @@
 
 namespace fuzz {
 
-void look_at(const void *bytes, size_t count) {
-    const auto *const memory = static_cast<const volatile uint8_t *>(bytes);
-    for (size_t i = 0; i < count; ++i) {
-        (void)memory[i];
-    }
-}
-
 namespace {
 
 constexpr uint32_t kDescriptor = 0x5EED0001;

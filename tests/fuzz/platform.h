@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What stands below the library, ruled by a fuzzer's bytes: a lower library of any result and any content, a trace
+// What is below the library, ruled by a fuzzer's bytes: a lower library of any result and any content, a trace
 // library that looks at each record, a loader that finds or does not find.
 #pragma once
 
@@ -55,7 +55,12 @@ public:
 };
 
 // For the sanitizers: every one of these bytes can be read.
-void look_at(const void *bytes, size_t count);
+inline void look_at(const void *bytes, size_t count) {
+    const auto *const memory = static_cast<const volatile uint8_t *>(bytes);
+    for (size_t i = 0; i < count; ++i) {
+        (void)memory[i];
+    }
+}
 
 // What the loader hands out for the configuration library.
 extern void *const kConfigurationHandle;

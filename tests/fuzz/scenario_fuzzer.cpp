@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Any text as a scenario of the simulated hub: a hub that can be run, or one clear sentence.
-#include "require.h"
+#include "lines.h"
 
-#include <ports.h>
+#include <chip/ports.h>
 #include <problem.h>
-#include <scenario.h>
+#include <scenario/scenario.h>
 
-#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -15,21 +14,16 @@ namespace {
 
 using namespace fuzz;
 
-bool is_line(std::string_view text) {
-    const auto breaks = [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; };
-    return !text.empty() && std::none_of(text.begin(), text.end(), breaks);
-}
-
 std::optional<hwa::Scenario> parse(std::string_view text) {
     try {
         return hwa::parse_scenario(text);
     } catch (const hwa::Unusable &problem) {
-        require(is_line(problem.what()), "what cannot be used has a reason in one line");
+        require_complaint(problem.what());
         return std::nullopt;
     }
 }
 
-unsigned number(std::array<hwa::Byte, 2> bytes) {
+unsigned number(std::array<uint8_t, 2> bytes) {
     return static_cast<unsigned>(bytes[0] << 8 | bytes[1]);
 }
 
@@ -62,7 +56,7 @@ void check(const hwa::Scenario &scenario, std::string_view text) {
     }
     const auto again = parse("\n " + std::string(text) + "\t\r\n");
     require(again && again->digest == scenario.digest && again->name == scenario.name,
-            "a text says the same whatever blanks stand around it");
+            "a text says the same whatever blanks are around it");
     for (size_t i = 0; i < scenario.chips.size(); ++i) {
         require(std::memcmp(&again->chips[i], &scenario.chips[i], sizeof scenario.chips[i]) == 0,
                 "a text describes the same hub whenever it is read");

@@ -41,8 +41,7 @@ void check_texts(const trace_kbuf_snapshot &snapshot) {
                 ends_within(snapshot.name, sizeof snapshot.name) &&
                 ends_within(snapshot.writer, sizeof snapshot.writer),
             "texts end within their room");
-    require((snapshot.status == TRACE_KBUF_WHOLE) == (snapshot.problem[0] == '\0'),
-            "what is not whole has a problem that is told");
+    require((snapshot.status == TRACE_KBUF_WHOLE) == (snapshot.problem[0] == '\0'), "what is not whole has a problem");
     require(!steers_a_terminal(snapshot.problem) && !steers_a_terminal(snapshot.name) &&
                 !steers_a_terminal(snapshot.writer),
             "nothing that a file says of itself steers a terminal");
@@ -63,7 +62,7 @@ void check_records(const trace_kbuf_snapshot &snapshot) {
     }
 }
 
-// The lines that tell of records, and the number that the others call lost.
+// The lines that show records, and the number that the others call lost.
 struct Lines {
     size_t records = 0;
     uint64_t lost = 0;
@@ -82,18 +81,18 @@ Lines lines_of(const std::string &text) {
 }
 
 void check_text(const ksltrace::Trace &trace) {
-    size_t told = 0;
+    size_t shown = 0;
     uint64_t lost = trace.lost_at_end;
     for (const ksltrace::Line &line : trace.lines) {
-        told += line.told_by_exit ? 0U : 1U;
+        shown += line.shown_by_exit ? 0U : 1U;
         lost += line.lost_before;
     }
     const std::string text = ksltrace::render_text(trace);
     const Lines lines = lines_of(text);
-    require(lines.records == told, "a line of text for each record that no other tells");
-    require(lines.lost == lost, "what is lost is told once");
+    require(lines.records == shown, "a line of text for each record that no other shows");
+    require(lines.lost == lost, "what is lost is shown once");
     const std::string summary = ksltrace::render_text(trace, {.summary = true});
-    require(lines_of(summary).lost == lost, "a summary tells of it, too");
+    require(lines_of(summary).lost == lost, "a summary shows it, too");
     require(!steers_a_terminal(text + summary), "nothing in the text steers a terminal");
 }
 
@@ -117,8 +116,8 @@ void check_rendering(const trace_kbuf_snapshot &snapshot) {
     require(trace.lines.size() == snapshot.record_count, "a line for each record");
     check_text(trace);
     check_statistics(trace, all);
-    require(!steers_a_terminal(ksltrace::render_perfetto(snapshot, trace, all)), "an export is text");
-    const ksltrace::CtfTrace exported = ksltrace::render_ctf(snapshot, trace, all);
+    require(!steers_a_terminal(ksltrace::render_perfetto({&snapshot}, trace, all)), "an export is text");
+    const ksltrace::CtfTrace exported = ksltrace::render_ctf({&snapshot}, trace, all);
     require(!steers_a_terminal(exported.metadata), "and so is what describes one");
 }
 
@@ -138,11 +137,15 @@ void set_word(Bytes &bytes, size_t offset, uint32_t value, std::endian order) {
 
 void mend_slots(Bytes &bytes, size_t from, size_t to, std::endian order) {
     for (size_t offset = from; offset + sizeof(Slot) <= to; offset += sizeof(Slot)) {
-        const SlotWords words = Image(bytes, order).slot(offset);
+        const Image image(bytes, order);
+        const SlotWords words = image.slot(offset);
+        const uint32_t values = words[kHeaderWord] >> 16 > kFewValues ? kValues : kFewValues;
+        const uint32_t checksum = image.version() == 1 ? slot_checksum_of_version_1(words, words[kCommit])
+                                                       : slot_checksum(words, words[kCommit], values);
         const bool used = std::any_of(words.begin(), words.end(), [](uint32_t word) { return word != 0; });
         // One whose checksum is 0 stays torn.
         if (used && words[kChecksum] != 0) {
-            set_word(bytes, offset + kChecksum * sizeof(uint32_t), slot_checksum(words, words[kCommit]), order);
+            set_word(bytes, offset + kChecksum * sizeof(uint32_t), checksum, order);
         }
     }
 }
