@@ -15,6 +15,9 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
+# A changed library is loaded by the programs that are there; linking them again would only take time.
+set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
+
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
@@ -33,7 +36,7 @@ if(KSL_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # Its run-time library stands between a program and dlopen(). Inside the program, which is where clang puts it, it
+    # Its run-time library comes between a program and dlopen(). Inside the program, which is where clang puts it, it
     # would look for libraries along the program's search path; apart, it has none, as libksl.so.
     set(runtime libclang_rt.asan-${CMAKE_SYSTEM_PROCESSOR}.so)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}
@@ -45,7 +48,7 @@ endif()
 
 if(KSL_BUILD_FUZZERS)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    message(FATAL_ERROR "Fuzzers need clang: configure with the preset \"fuzz\", or with KSL_BUILD_FUZZERS=OFF.")
+    message(FATAL_ERROR "Fuzzers need clang: configure with the preset \"sanitize\", or with KSL_BUILD_FUZZERS=OFF.")
   endif()
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
@@ -56,12 +59,19 @@ if(KSL_COVERAGE)
   add_link_options(--coverage)
 endif()
 
+# The hub is a 32-bit PowerPC with pages of 4 KiB. Aligning segments to larger pages would only make its libraries
+# larger. Other machines keep their linker's alignment: their loaders refuse a library that is aligned to less than a page.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(powerpc|ppc)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  set(KSL_PAGE_SIZE -Wl,-z,max-page-size=4096)
+else()
+  set(KSL_PAGE_SIZE "")
+endif()
+
 # The platform's libraries are found by their exact names, so no version goes into a soname.
-# 4 KiB pages keep the libraries small on the hub.
 function(ksl_shared_library target)
   add_library(${target} SHARED ${ARGN})
   target_compile_options(${target} PRIVATE ${KSL_WARNINGS})
-  target_link_options(${target} PRIVATE -Wl,-z,max-page-size=4096)
+  target_link_options(${target} PRIVATE ${KSL_PAGE_SIZE})
 endfunction()
 
 function(ksl_static_library target)

@@ -6,7 +6,7 @@
 # looks unless it is told to.
 set(KSL_SIMULATOR_FOLDER ksl/simulator)
 set(KSL_INSTALL_SIMULATORDIR ${CMAKE_INSTALL_LIBDIR}/${KSL_SIMULATOR_FOLDER})
-# In the build folder they lie beside the others, and the same name leads to them.
+# In the build folder they are next to the others, and the same name leads to them.
 file(MAKE_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/ksl)
 file(CREATE_LINK .. ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${KSL_SIMULATOR_FOLDER} SYMBOLIC)
 

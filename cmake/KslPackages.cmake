@@ -17,7 +17,7 @@ if(CMAKE_CROSSCOMPILING)
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${CMAKE_SYSTEM_PROCESSOR})
 endif()
 
-# What stands in every package. Debian wants a changelog of its own form; its day is that of the sources.
+# What is in every package. Debian wants a changelog of its own form; its day is that of the sources.
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND git -C ${PROJECT_SOURCE_DIR} log -1 --format=%cD OUTPUT_VARIABLE package_date
   OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)

@@ -8,6 +8,7 @@ foreach(target gtest gtest_main gmock gmock_main)
 endforeach()
 
 include(GoogleTest)
+include(KslSanitizers)
 
 # What all test programs are compiled with. What is tested is optimized; the tests themselves would only take longer to
 # build. Files have 64-bit numbers under the emulator, too.
@@ -31,17 +32,17 @@ else()
   set(KSL_SLOW_PROCESSES OFF)
 endif()
 
-# ksl_test(NAME [SOURCES file...] [LIBRARIES target...] [DEFINITIONS name=value...] [PROCESS_EACH]): one GoogleTest
-# program. Each of its tests is a test of ctest; where processes are slow the program is one, unless its tests need a
-# process each.
+# ksl_test(NAME [SOURCES file...] [LIBRARIES target...] [DEFINITIONS name=value...] [PROCESS_EACH|ONE_PROCESS]): one
+# GoogleTest program. Each of its tests is a test of ctest; where processes are slow, or with ONE_PROCESS, the program is
+# one test, unless its tests need a process each.
 function(ksl_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "PROCESS_EACH" "" "SOURCES;LIBRARIES;DEFINITIONS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "PROCESS_EACH;ONE_PROCESS" "" "SOURCES;LIBRARIES;DEFINITIONS")
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} ksl_test_options)
   target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
   target_precompile_headers(${name} REUSE_FROM ksl_test_headers)
-  if(arg_PROCESS_EACH OR NOT KSL_SLOW_PROCESSES)
+  if(arg_PROCESS_EACH OR NOT (arg_ONE_PROCESS OR KSL_SLOW_PROCESSES))
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   else()
     add_test(NAME ${name} COMMAND ${name})

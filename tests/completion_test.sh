@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # What the shells themselves make of the installed completions. tests/tools/cases/completion.cases has what the tools
-# tell them.
+# answer.
 #     completion_test.sh PREFIX
 set -eu
 PATH=$1/bin:$PATH
@@ -40,7 +40,7 @@ shell_offers() {
     shell=$1 expected=$2
     shift 2
     found=$(cd "$work/files" && HOME=$work $shell "$work/complete.$shell" "$share" "$@" 2>"$work/log" | paste -s -d ' ')
-    [ "$found" = "$expected" ] || fail "$shell offers \"$found\" behind \"$*\": $(cat "$work/log")"
+    [ "$found" = "$expected" ] || fail "$shell offers \"$found\" after \"$*\": $(cat "$work/log")"
 }
 offers() {
     for each in bash zsh fish; do
