@@ -182,7 +182,26 @@ int32_t bare_addresses() {
     return result;
 }
 
+// A record alone, in the loop that it takes to write some.
+constexpr uint32_t kRecords = 100;
+
+int32_t records_of_5_values() {
+    for (uint32_t i = 0; i < kRecords; ++i) {
+        trace_kbuf_write_ints5(ksl_trace_buffer, header(5), 7, i, 2, 3, 4, 5);
+    }
+    return 0;
+}
+
+int32_t records_of_9_values() {
+    for (uint32_t i = 0; i < kRecords; ++i) {
+        trace_kbuf_write_ints9(ksl_trace_buffer, header(9), 7, i, 2, 3, 4, 5, 6, 7, 8, 9);
+    }
+    return 0;
+}
+
 const Measured kOperations[] = {
+    {"record_of_5_values", records_of_5_values, records_of_5_values, kRecords},
+    {"record_of_9_values", records_of_9_values, records_of_9_values, kRecords},
     {"ksl_read_bist_status_reg", [] { return ksl_read_bist_status_reg(0, out1); }, bare_bist},
     {"ksl_read_link_status_regs", [] { return ksl_read_link_status_regs(0, out1, out2); }, bare_link_pair},
     {"ksl_read_switch_mode_reg", [] { return ksl_read_switch_mode_reg(0, out1); }, bare_mode},

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each operation beside the bare platform calls that it has to make, for the programs that time and count them.
+// Each operation and the bare platform calls that it has to make, for the programs that time and count them.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +12,8 @@ struct Measured {
     int32_t (*operation)();
     // The same stamps, look-ups, accesses, records and copies, written out with nothing around them.
     int32_t (*bare)();
+    // How often a call does what is measured.
+    uint32_t times = 1;
 };
 
 std::span<const Measured> operations();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Times each operation beside the bare platform calls that it has to make, in one run.
+// Times each operation and the bare platform calls that it has to make, in one run.
 #include "operations.h"
 
 #include <benchmark/benchmark.h>

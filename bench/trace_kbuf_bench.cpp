@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a trace record costs, beside what its parts cost alone.
+// What a trace record costs, and what its parts cost alone.
 #include <benchmark/benchmark.h>
 #include <trace_kbuf.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One record of five values with a time stamp, by our recorder and by others, beside the least that it could cost.
+// One record of five values with a time stamp, by our recorder and by others, and the least that it could cost.
 // scripts/bench-trace runs it, for LTTng-UST records only while a session daemon has a session.
 #include "peers/peers.h"
 

@@ -5,16 +5,16 @@
 
 namespace {
 
-struct Record {
-    uint32_t words[12];
-};
-
 constexpr uint32_t kRecords = 1024;
-Record ring[kRecords];
+constexpr uint32_t kWords = 16;                // of which a record stores those that it has
+[[gnu::used]] uint32_t ring[kRecords][kWords]; // else nothing is stored, since nobody reads it
 uint32_t head;
 
-Record &next() {
-    return ring[head++ % kRecords];
+template <class... Words>
+int store(Words... words) {
+    uint32_t *at = ring[head++ % kRecords];
+    ((*at++ = words), ...);
+    return 0;
 }
 
 } // namespace
@@ -28,19 +28,16 @@ int trace_kbuf_init_buffer(uint32_t *descriptor, const char *, uint32_t) {
 
 int trace_kbuf_write_ints5(uint32_t, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1, uint32_t v2,
                            uint32_t v3, uint32_t v4) {
-    next() = {{header, identifier, v0, v1, v2, v3, v4}};
-    return 0;
+    return store(header, identifier, v0, v1, v2, v3, v4);
 }
 
 int trace_kbuf_write_ints9(uint32_t, uint32_t header, uint32_t identifier, uint32_t v0, uint32_t v1, uint32_t v2,
                            uint32_t v3, uint32_t v4, uint32_t v5, uint32_t v6, uint32_t v7, uint32_t v8) {
-    next() = {{header, identifier, v0, v1, v2, v3, v4, v5, v6, v7, v8}};
-    return 0;
+    return store(header, identifier, v0, v1, v2, v3, v4, v5, v6, v7, v8);
 }
 
 int trace_kbuf_write_all(uint32_t, uint32_t identifier, const char *, uint32_t line, uint32_t) {
-    next() = {{line, identifier}};
-    return 0;
+    return store(line, identifier);
 }
 
 int trace_kbuf_free(uint32_t *descriptor) {
