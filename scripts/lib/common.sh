@@ -63,10 +63,39 @@ configure() {
     rm -f "$log"
 }
 
+# compile PRESET [TARGET...]: builds the targets in build/PRESET, or all that the preset names. Shows its progress on a
+# terminal; otherwise it is silent unless something fails.
+compile() {
+    preset=$1
+    shift
+    [ $# -eq 0 ] || set -- --target "$@"
+    if [ -t 1 ]; then
+        cmake --build --preset "$preset" "$@" || die "the $preset build failed"
+        return
+    fi
+    log=$(mktemp)
+    cmake --build --preset "$preset" "$@" >"$log" 2>&1 || {
+        cat "$log" >&2
+        rm -f "$log"
+        die "the $preset build failed"
+    }
+    rm -f "$log"
+}
+
 # build PRESET [CMAKE-OPTION...]: configures and builds in build/PRESET. Shows its progress on a terminal; otherwise
 # it is silent unless something fails.
 build() {
     configure "$@"
+    run_build "$1"
+}
+
+# build_target PRESET BUILD-PRESET: the same for the targets of a build preset alone.
+build_target() {
+    configure "$1"
+    run_build "$2"
+}
+
+run_build() {
     if [ -t 1 ]; then
         cmake --build --preset "$1" || die "the $1 build failed"
         return
