@@ -27,7 +27,7 @@ def names(page):
 
 
 def literal_blocks(path):
-    """The blocks between fences, each with the word behind the opening fence and the number of its first line."""
+    """The blocks between fences, each with the word after the opening fence and the number of its first line."""
     blocks = []
     lines = None
     for number, line in enumerate(path.read_text().splitlines(), 1):

@@ -4,7 +4,9 @@
 
     pages.py lint            the pages are well-formed, and what they and the other documents refer to exists
     pages.py operations      every exported operation has its place, with the header's prototype
-    pages.py commands TOOL   every command and option of TOOL --help is in its page, and no other
+    pages.py registers       the registers in the pages are those of include/ksl/registers.h
+    pages.py places KSLCTL   docs/README.md leads from each operation to its code, test, page and commands
+    pages.py commands TOOL   every command, option and exit status of TOOL --help is in its page, and no other
 """
 
 import re
@@ -12,12 +14,15 @@ import shutil
 import subprocess
 import sys
 
+from commands import commands
 from document import PAGES, TOP, names, plain, sections
+from places import places
+from registers import registers
 
 # What scdoc always writes, harmless.
 OF_SCDOC = ("skipping paragraph macro: PP", "input text line longer than 80 bytes", "lower case character in document")
 # Pages that come with other packages.
-FOREIGN = {"ntohl(3)", "less(1)"}
+FOREIGN = {"core(5)", "less(1)", "ntohl(3)"}
 
 
 def lint():
@@ -54,7 +59,7 @@ def lint():
 
 
 def exported():
-    """The operations of the export list; the variables behind them are no part of the interface."""
+    """The operations of the export list; the variables after them are no part of the interface."""
     operations = (TOP / "src/ksl.map").read_text().split("# State")[0]
     return set(re.findall(r"(?m)^    (\w+);$", operations))
 
@@ -96,66 +101,9 @@ def operations():
         yield f"{home[name]} is about {name}, which is not exported"
 
 
-OPTION = r"--([a-z-]+)(?: ([A-Z]+))?"
-
-
-def commands_of_help(run, words=()):
-    """Each command that does something: its words with its operands, and its options."""
-    text = run([*words, "--help"])
-    listed = re.search(r"(?ms)^Commands:\n(.*?)(?:^$|\Z)", text)
-    if listed and words:
-        found = {}
-    else:
-        options = re.search(r"(?ms)^ *Options:\n(.*?)(?:^$|\Z)", text).group(1)
-        options += "".join(re.findall(r"(?ms)^  Options:\n(.*?)(?:^$|\Z)", text)) if "Option Group" in text else ""
-        operands = re.search(r"(?m)^Usage: \S+ (.*)", text).group(1).replace("[OPTIONS] ", "").replace("[OPTIONS]", "")
-        found = {operands.strip(): set(re.findall(rf"(?m)^ +(?:-\w,)?{OPTION}", options))}
-    for name in re.findall(r"(?m)^  ([a-z-]+) ", listed.group(1)) if listed else ():
-        found.update(commands_of_help(run, (*words, name)))
-    return found
-
-
-def commands_of_page(page):
-    found = {}
-    for line in re.findall(r"(?m)^\*[a-z].*", sections(page)["COMMANDS"]):
-        line = plain(line)
-        options = set(re.findall(rf"\[{OPTION}\]", line))
-        found[re.sub(rf" \[{OPTION}\]", "", line)] = options
-    found["COMMAND"] = set(re.findall(rf"(?m)^(?:-\w, )?{OPTION}$", plain(sections(page)["OPTIONS"])))
-    return found
-
-
-def commands(tool):
-    def run(words):
-        return subprocess.run([tool, *words], capture_output=True, text=True, check=True).stdout
-
-    name = tool.rpartition("/")[2]
-    page = TOP / f"docs/man/{name}.1.scd"
-    # Every command has --help; the page says so once.
-    in_help = {command: {option for option in options if option[0] != "help" or command == "COMMAND"}
-               for command, options in commands_of_help(run).items()}
-    in_page = commands_of_page(page)
-    for command in sorted(in_help.keys() | in_page.keys()):
-        if command not in in_page:
-            yield f"{page.name} does not tell of: {name} {command}"
-        elif command not in in_help:
-            yield f"{page.name} tells of what {name} --help does not: {command}"
-        else:
-            for option in sorted(in_help[command] ^ in_page[command]):
-                where = page.name if option in in_page[command] else f"{name} --help"
-                yield f"--{' '.join(option).strip()} of {name} {command} is only in {where}"
-    text = run(["--help"])
-    for heading in ("Environment", "Exit status"):
-        in_help = re.search(rf"(?ms)^{heading}[^\n]*:\n(.*?)(?:^$|\Z)", text)[1]
-        in_help = set(re.findall(r"(?m)^  ([A-Z_]+|\d) ", in_help))
-        terms = re.findall(r"(?m)^[A-Z_, ]+$|^\d$", plain(sections(page)[heading.upper()]))
-        in_page = {term for line in terms for term in line.split(", ")} - {"LD_LIBRARY_PATH"}  # the loader's
-        for term in sorted(in_help ^ in_page):
-            yield f"{heading}: {term} is only in {page.name if term in in_page else f'{name} --help'}"
-
-
 def main():
-    checks = {"lint": lint, "operations": operations, "commands": lambda: commands(sys.argv[2])}
+    checks = {"lint": lint, "operations": operations, "registers": registers, "places": lambda: places(sys.argv[2]),
+              "commands": lambda: commands(sys.argv[2])}
     complaints = list(checks[sys.argv[1]]())
     print("\n".join(complaints))
     return 1 if complaints else 0

@@ -5,11 +5,11 @@
     sessions.py BUILD DOCUMENT...
 
 A session is a block of the kind "console", in a manual page one that begins with "$ ": lines with "$ " are typed
-("> " continues one), the others are printed. "..." stands for any text; alone on a line, for any lines. What differs
+("> " continues one), the others are printed. "..." is any text; alone on a line, any lines. What differs
 from run to run (golden.VOLATILE) may do so here. All sessions of a document are one shell's, which begins in a folder
 of its own with the tree's folders and the build as build/native. A block after which the text says "Save it as NAME"
 or "Saved as NAME" is that file. In a manual page a C program is built with the library and run, and prints the block
-behind it.
+after it.
 """
 
 import os
@@ -33,8 +33,8 @@ def sessions(path):
     steps = []
     lines = path.read_text().splitlines()
     for kind, first, block in literal_blocks(path):
-        behind = re.sub(r"\s+", " ", " ".join(lines[first + len(block):][:4]))
-        saved = re.match(r" *Saved? (?:it )?as [`*_]*([\w.-]+\w)", behind)
+        after = re.sub(r"\s+", " ", " ".join(lines[first + len(block):][:4]))
+        saved = re.match(r" *Saved? (?:it )?as [`*_]*([\w.-]+\w)", after)
         if saved:
             steps.append(("file", saved[1], "\n".join(block) + "\n"))
         if kind == "console" or path.suffix == ".scd" and block and block[0].startswith("$ "):
