@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* An expected configuration as a library of its own, for ksl_validate_VLAN_PVID_set() and ksl_validate_VLAN_map():
+/* An expected configuration as a library, for ksl_validate_VLAN_PVID_set() and ksl_validate_VLAN_map():
  *     cc -shared -fPIC -o libexpectation.so expectation.c $(pkg-config --cflags ksl)
  */
 #include <ksl/ksl.h>

@@ -2,14 +2,13 @@
 // Polls a counter of all ports and shows how fast it grows:
 //     c++ -std=c++17 poll_counters.cpp -o poll_counters $(pkg-config --cflags --libs ksl)
 //     ./poll_counters [POLLS [MILLISECONDS]]
-// The counters of the simulated hub stand still, unless HWA_SIM_SCENARIO names its scenario busy.json.
+// The counters of the simulated hub do not change, unless HWA_SIM_SCENARIO names its scenario busy.json.
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <ksl/ksl.h>
+#include <ksl/decode.h>
 #include <thread>
 
 namespace {
@@ -22,14 +21,7 @@ struct Poll {
     Blocks blocks{};
 };
 
-// Counters arrive as register bytes, most significant first.
-uint32_t number(const ksl_word &word) {
-    std::array<uint8_t, sizeof word> bytes{};
-    std::memcpy(bytes.data(), &word, sizeof word);
-    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
-// Port by port, because ksl_read_MIB_counters() tells of port 23 alone whether it could be read.
+// Port by port, because ksl_read_MIB_counters() returns the result of port 23 alone.
 bool read(Poll &poll) {
     poll.time = Clock::now();
     for (uint32_t port = 0; port < KSL_PORTS; port++) {
@@ -44,8 +36,9 @@ bool read(Poll &poll) {
 void show(const Poll &before, const Poll &now) {
     const double seconds = std::chrono::duration<double>(now.time - before.time).count();
     for (size_t port = 0; port < KSL_PORTS; port++) {
-        // A counter that has wrapped around has grown all the same.
-        const uint32_t growth = number(now.blocks[port].counter_18) - number(before.blocks[port].counter_18);
+        // Also right if the counter wrapped around.
+        const uint32_t growth =
+            ksl_value32(&now.blocks[port].counter_18) - ksl_value32(&before.blocks[port].counter_18);
         if (growth != 0) {
             std::printf("port %2zu  counter 0x18  %10.0f /s\n", port, growth / seconds);
         }

@@ -1,15 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Shows the ports of a switch chip, with speed and duplex where there is a link:
+/* Shows the ports of a switch chip, and speed and duplex of those that have a link:
  *     cc status.c -o status $(pkg-config --cflags --libs ksl)
  *     ./status [CHIP] */
-#include <ksl/ksl.h>
+#include <ksl/decode.h>
 #include <stdio.h>
 #include <stdlib.h>
-
-/* Status words have a bit for each port, port 0 in the lowest bit of the last byte. */
-static int port_bit(const uint8_t word[4], int port) {
-    return word[3 - port / 8] >> port % 8 & 1;
-}
 
 static int32_t show(uint32_t chip) {
     uint8_t link[4];
@@ -25,12 +20,12 @@ static int32_t show(uint32_t chip) {
     if (result != 0) {
         return result;
     }
-    for (int port = 0; port < KSL_PORTS; port++) {
-        if (port_bit(link, port)) {
-            printf("port %2d  up    %3d Mb/s  %s duplex\n", port, port_bit(speed, port) ? 100 : 10,
-                   port_bit(duplex, port) ? "full" : "half");
+    for (uint32_t port = 0; port < KSL_PORTS; port++) {
+        if (ksl_port_bit(link, port)) {
+            printf("port %2u  up    %3d Mb/s  %s duplex\n", (unsigned)port, ksl_port_bit(speed, port) ? 100 : 10,
+                   ksl_port_bit(duplex, port) ? "full" : "half");
         } else {
-            printf("port %2d  down\n", port);
+            printf("port %2u  down\n", (unsigned)port);
         }
     }
     return 0;

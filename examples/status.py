@@ -10,13 +10,13 @@ PORTS = 24
 
 
 def open_library():
-    """Python binds all symbols at once, also hwa_getreg, which libksl.so takes from the switch-access library:
-    that one has to be there first, and for all to see."""
+    """Python binds all symbols at once, also hwa_getreg, which libksl.so takes from the switch-access library. So that
+    library must be opened first, with its symbols visible to all."""
     for name in ("libhwa.so", "libqrthwa.gen1.so"):
         with contextlib.suppress(OSError):
             ctypes.CDLL(name, ctypes.RTLD_GLOBAL)
             return ctypes.CDLL("libksl.so")
-    sys.exit("neither libhwa.so nor libqrthwa.gen1.so is there; name their folder in LD_LIBRARY_PATH")
+    sys.exit("neither libhwa.so nor libqrthwa.gen1.so was found; name their folder in LD_LIBRARY_PATH")
 
 
 def main():

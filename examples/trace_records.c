@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A program that writes records of its own into the library's trace, so that one listing tells what the program did
- * and what the switch did on its behalf:
+/* A program that writes its own records into the library's trace, so that one listing shows what the program did and
+ * what the switch did for it:
  *     cc trace_records.c -o trace_records $(pkg-config --cflags --libs ksl trace_kbuf)
  *     TRACE_KBUF_DIR=/tmp/trace ./trace_records
  *     ksltrace --catalogue trace_records.json show /tmp/trace/XKSL.kbuf
- * trace_records.json tells ksltrace what the numbers mean. Identifiers from 0x80000000 are left to callers. */
-#include <ksl/ksl.h>
+ * trace_records.json gives ksltrace the meaning of the numbers. Identifiers from 0x80000000 on belong to callers. */
+#include <ksl/decode.h>
 #include <stdio.h>
 #include <trace_kbuf.h>
 
@@ -17,7 +17,7 @@ enum {
 };
 #define IDENTIFIER(point) (0x80010000u + (point))
 
-/* The library fills in the descriptor when it opens its buffer: look at it anew for each record. */
+/* The library fills in the descriptor when it opens its buffer, so it is read again for each record. */
 static uint32_t *trace_buffer;
 
 /* Writes up to three values and, as the library's own records do, the source line. */
@@ -34,7 +34,7 @@ static int32_t survey(uint32_t chip) {
         TRACE(SURVEY_FAILED, 2, chip, result, 0);
     } else {
         for (uint32_t port = 0; port < KSL_PORTS; port++) {
-            if ((link[3 - port / 8] >> port % 8 & 1) == 0) {
+            if (ksl_port_bit(link, port) == 0) {
                 TRACE(SURVEY_PORT_DOWN, 1, port, 0, 0);
                 down++;
             }

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Tells whether the VLAN settings of chip 0 are those of an expected configuration:
+/* Compares the VLAN settings of chip 0 with those of an expected configuration:
  *     cc validate.c -o validate $(pkg-config --cflags --libs ksl)
  *     KSL_CFG_FILE=expectation.json ./validate libkslcfg_file.so 100 300
- * It compares the PVIDs of all ports and the table entries of the VLANs that are named. Instead of the library that
- * reads a file, one that was compiled from expectation.c will do. */
+ * It compares the PVIDs of all ports and the table entries of the named VLANs. The library compiled from expectation.c
+ * also serves in place of the one that reads a file. */
 #include <ksl/ksl.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Both count: no result but 0 is an answer, and verdict 0 is "they differ", also where the configuration library could
+/* Look at both: only result 0 is an answer. Verdict 0 means that they differ, or that the configuration library could
  * not be opened. */
 static int equal(const char *about, int32_t result, uint32_t verdict) {
     if (result != 0) {
