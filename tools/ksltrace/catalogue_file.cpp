@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ksltrace/catalogue_file.h"
 
+#include "support/json.h"
+
 #include <algorithm>
 #include <fmt/core.h>
 #include <json/file.h>
 #include <json/node.h>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <trace_kbuf_reader.h>
 
@@ -13,8 +14,8 @@ namespace ksltrace {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using json::Node;
+using tools::Json;
 
 constexpr std::string_view kSchema = "ksl.trace-catalogue/1";
 

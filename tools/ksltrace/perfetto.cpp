@@ -2,18 +2,18 @@
 #include "ksltrace/perfetto.h"
 
 #include "ksltrace/values.h"
+#include "support/json.h"
 
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <set>
 
 namespace ksltrace {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using tools::Json;
 
 // A process for each file: a trace does not say which threads are of one process.
 size_t process_of(const Line &line) {

@@ -10,7 +10,7 @@ namespace ksltrace {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using tools::Json;
 
 Json values_of(const Line &line) {
     Json values = Json::array();

@@ -4,13 +4,12 @@
 
 #include "ksltrace/decoder.h"
 #include "ksltrace/statistics.h"
-
-#include <nlohmann/json.hpp>
+#include "support/json.h"
 
 namespace ksltrace {
 
 // A list with one object for each record.
-nlohmann::ordered_json render_json(const Trace &trace);
+tools::Json render_json(const Trace &trace);
 
 // An object for each buffer, then one for each wanted record, a line each.
 std::string render_json_lines(const Buffers &buffers, const Trace &trace, const std::vector<bool> &wanted);

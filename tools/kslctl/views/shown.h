@@ -3,14 +3,14 @@
 #pragma once
 
 #include "kslctl/hub/fact.h"
+#include "support/json.h"
 #include "support/table.h"
 
-#include <nlohmann/json.hpp>
 #include <string>
 
 namespace kslctl {
 
-using Json = nlohmann::ordered_json;
+using tools::Json;
 
 namespace views {
 
