@@ -30,7 +30,7 @@ std::array<char, 32> program_name() {
     return name;
 }
 
-// Problems are left to whoever opens the folder: one that is there cannot be made either.
+// The open of the folder reports problems: a folder that exists cannot be made either.
 int make_folders(Path &path) {
     int problem = 0;
     for (char *at = path.data() + 1;; ++at) {

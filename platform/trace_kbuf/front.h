@@ -9,8 +9,8 @@
 
 namespace trace_kbuf {
 
-// In memory of this process alone. Its address belongs to one size of ring for good: so whoever has it writes within
-// the ring, whatever becomes of the buffer meanwhile.
+// In memory of this process alone. An address belongs to one size of ring for good, so a writer that holds it stays
+// within the ring, even if the buffer is closed meanwhile.
 struct Front {
     std::atomic<uint32_t> descriptor; // of the buffer that is open here
     std::atomic<uint32_t> mask;       // of a slot's offset

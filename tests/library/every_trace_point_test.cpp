@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every row of the trace tables is written by somebody, with as many values as it names, and nothing else is written.
+// Some operation writes each row of the trace tables, with as many values as the row names. Nothing else is written.
 #include "exports/export.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Published trace points never change: traces that lie on somebody's disk are rendered by them.
+// Published trace points never change: old traces are rendered by them.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -181,11 +181,11 @@ TEST(Decoder, TheRunTimeBelongsToTheExitDirectlyBeforeIt) {
         .add(kElapsed, {4});
     const Trace trace = recording.decode();
     EXPECT_EQ(trace.lines[3].run_time_us, 3U);
-    std::vector<bool> told;
+    std::vector<bool> shown;
     for (const Line &line : trace.lines) {
-        told.push_back(line.shown_by_exit);
+        shown.push_back(line.shown_by_exit);
     }
-    EXPECT_THAT(told, ElementsAre(false, false, false, false, true, false));
+    EXPECT_THAT(shown, ElementsAre(false, false, false, false, true, false));
 }
 
 TEST(Decoder, LostRecordsAreCountedWhereTheyAreMissing) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""ksltrace follow beside a writer that comes and goes: follow_test.py BUILD [EMULATOR...]"""
+"""ksltrace follow while a writer comes and goes: follow_test.py BUILD [EMULATOR...]"""
 
 import os
 import pathlib
@@ -128,7 +128,7 @@ class Follow(unittest.TestCase):
             self.assertEqual(line, "survey chip=7 -> no exit")
             self.assertEqual(follower.line(), "survey -> -3 down=2")
         else:
-            self.fail("it was always told before its end")
+            self.fail("it was always shown before its end")
         self.assertEqual(follower.end(signal.SIGINT), 0)
 
     def test_tells_a_damaged_record_once(self):
@@ -221,7 +221,7 @@ class Follow(unittest.TestCase):
 
 
 class SurveyProgram:
-    """Writes the entry of an operation, and when it is told to, its exit."""
+    """Writes the entry of an operation, and its exit when the test asks for it."""
 
     SOURCE = pathlib.Path(__file__).parents[2] / "examples"
 

@@ -37,8 +37,8 @@ inline const Catalogue &catalogue() {
 constexpr uint64_t kStart = 1'709'251'198'999'999'000;
 constexpr uint32_t kWriter = 100;
 
-// A snapshot that grows record by record: each comes a microsecond and 50 ticks after the one before, the number
-// behind it.
+// A snapshot that grows record by record. Each record comes a microsecond and 50 ticks after the one before, and has
+// the next number.
 class Recording {
 public:
     Recording &add(uint32_t identifier, const std::vector<uint32_t> &values = {}, uint32_t writer = kWriter) {

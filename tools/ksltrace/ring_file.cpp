@@ -66,7 +66,7 @@ Snapshot RingFile::snapshot() const {
 }
 
 bool RingFile::open_file() {
-    // A pipe would be waited for until somebody writes into it.
+    // An open of a pipe would wait for a writer.
     file_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file_ < 0 || fstat(file_, &status_) != 0) {
         problem_ = fmt::format("{}: cannot be read: {}", path_, message_of(errno));

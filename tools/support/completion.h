@@ -15,7 +15,7 @@ inline constexpr char kComplete[] = "--complete";
 
 // What options and arguments take, by their name; the parser knows no more than that they take a text.
 using Suggestions = std::map<std::string, std::vector<std::string>, std::less<>>;
-// Stands alone, for names of files: the shell knows these itself.
+// Alone in its list, it means names of files: the shell knows these itself.
 inline constexpr char kFiles[] = ":files";
 
 // The numbers from 0 to that one.
