@@ -176,10 +176,7 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
 int run(int argc, char **argv) {
     tools::StandardOutput out("kslctl");
     CLI::App app(kDescription, "kslctl");
-    app.footer(kHelp);
-    app.set_version_flag("--version", "kslctl " KSL_VERSION);
-    app.require_subcommand(1);
-    app.fallthrough();
+    tools::set_up(app, kHelp);
 
     Options options;
     add_options(app, options);
@@ -200,9 +197,6 @@ int run(int argc, char **argv) {
     }
     try {
         commands.check();
-    } catch (const UsageError &error) {
-        tools::complain_about_usage("kslctl", error.what());
-        return tools::kUsage;
     } catch (const Declined &answer) {
         tools::complain("kslctl", answer.what());
         return tools::kAnswerIsNo;
@@ -215,10 +209,5 @@ int run(int argc, char **argv) {
 } // namespace kslctl
 
 int main(int argc, char **argv) {
-    try {
-        return kslctl::run(argc, argv);
-    } catch (const std::exception &error) {
-        tools::complain("kslctl", error.what());
-        return tools::kFailed;
-    }
+    return tools::run_program("kslctl", kslctl::run, argc, argv);
 }

@@ -41,11 +41,6 @@ public:
     }
 };
 
-// What is wrong with a command line, as one sentence.
-class UsageError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 void add_source(CLI::App &command, Options &options) {
     command.add_option("TRACE", options.request.source,
                        "A file, a folder, the name of a buffer in TRACE_KBUF_DIR, or - for the standard input. "
@@ -143,11 +138,11 @@ void complete(Options &options) {
     Selection &selection = options.request.selection;
     for (const std::string &pattern : selection.operations) {
         if (!knows_operation(options.request.catalogue, pattern)) {
-            throw UsageError(fmt::format("no operation \"{}\" is in the catalogue", pattern));
+            throw tools::UsageError(fmt::format("no operation \"{}\" is in the catalogue", pattern));
         }
     }
     if (options.relative && options.delta) {
-        throw UsageError("--relative and --delta exclude each other");
+        throw tools::UsageError("--relative and --delta exclude each other");
     }
     options.show.times = options.relative ? TimeStyle::relative : options.delta ? TimeStyle::delta : TimeStyle::of_day;
     if (!options.since.empty()) {
@@ -155,7 +150,7 @@ void complete(Options &options) {
         selection.since_ns = parse_since(
             options.since, static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count()));
         if (!selection.since_ns) {
-            throw UsageError(fmt::format(
+            throw tools::UsageError(fmt::format(
                 "--since \"{}\" is no time such as 2024-05-06T07:08:09Z, and no age such as 90s, 10m, 2h or 3d",
                 options.since));
         }
@@ -165,7 +160,7 @@ void complete(Options &options) {
 std::string folder_to_list(const Options &options) {
     std::string folder = options.list_folder.value_or(trace_folder());
     if (folder.empty()) {
-        throw UsageError("name the folder, or set TRACE_KBUF_DIR to it");
+        throw tools::UsageError("name the folder, or set TRACE_KBUF_DIR to it");
     }
     return folder;
 }
@@ -176,14 +171,14 @@ int execute(const Commands &commands, Options &options, tools::StandardOutput &o
         return list(folder_to_list(options), out);
     }
     if (!commands.catalogue->parsed() && options.request.source.empty() && trace_folder().empty()) {
-        throw UsageError("name a file, a folder or a buffer, or set TRACE_KBUF_DIR to a folder");
+        throw tools::UsageError("name a file, a folder or a buffer, or set TRACE_KBUF_DIR to a folder");
     }
     if (commands.show->parsed()) {
         return show(options.request, options.show, out);
     }
     if (commands.follow->parsed()) {
         if (options.request.source == "-") {
-            throw UsageError("the standard input cannot be followed; name a file or a buffer");
+            throw tools::UsageError("the standard input cannot be followed; name a file or a buffer");
         }
         options.request.selection.last = options.request.selection.last.value_or(kFollowedAtFirst);
         return follow(std::move(options.request), options.show, out);
@@ -205,10 +200,7 @@ int run(int argc, char **argv) {
     tools::StandardOutput out("ksltrace");
     CLI::App app(kDescription, "ksltrace");
     app.formatter(std::make_shared<HelpFormatter>());
-    app.footer(kHelp);
-    app.set_version_flag("--version", "ksltrace " KSL_VERSION);
-    app.require_subcommand(1);
-    app.fallthrough();
+    tools::set_up(app, kHelp);
 
     Options options;
     app.add_option("--catalogue", options.catalogues,
@@ -219,12 +211,7 @@ int run(int argc, char **argv) {
     if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions(), out)) {
         return *status;
     }
-    try {
-        return execute(commands, options, out);
-    } catch (const UsageError &error) {
-        tools::complain_about_usage("ksltrace", error.what());
-        return tools::kUsage;
-    }
+    return execute(commands, options, out);
 }
 
 } // namespace
@@ -232,10 +219,5 @@ int run(int argc, char **argv) {
 } // namespace ksltrace
 
 int main(int argc, char **argv) {
-    try {
-        return ksltrace::run(argc, argv);
-    } catch (const std::exception &error) {
-        ksltrace::complain(error.what());
-        return tools::kFailed;
-    }
+    return tools::run_program("ksltrace", ksltrace::run, argc, argv);
 }

@@ -41,7 +41,21 @@ void label_commands(CLI::App &app) {
     }
 }
 
+// What is wrong, and where to read more.
+int refuse(const std::string &program, std::string_view sentence) {
+    complain(program, sentence);
+    std::cerr << fmt::format("Run \"{} --help\" for what is possible.\n", program);
+    return kUsage;
+}
+
 } // namespace
+
+void set_up(CLI::App &app, const char *help) {
+    app.footer(help);
+    app.set_version_flag("--version", app.get_name() + " " KSL_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+}
 
 std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, const Suggestions &suggestions,
                                       StandardOutput &out) {
@@ -65,14 +79,19 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
             out.write(text.str());
             return out.failed() ? kFailed : kDone;
         }
-        complain_about_usage(app.get_name(), sentence_about(app, error));
-        return kUsage;
+        return refuse(app.get_name(), sentence_about(app, error));
     }
 }
 
-void complain_about_usage(const std::string &program, std::string_view sentence) {
-    complain(program, sentence);
-    std::cerr << fmt::format("Run \"{} --help\" for what is possible.\n", program);
+int run_program(const char *program, int (*run)(int argc, char **argv), int argc, char **argv) {
+    try {
+        return run(argc, argv);
+    } catch (const UsageError &error) {
+        return refuse(program, error.what());
+    } catch (const std::exception &error) {
+        complain(program, error.what());
+        return kFailed;
+    }
 }
 
 } // namespace tools

@@ -3,7 +3,6 @@
 // option that is returned takes required(), type_name() and the like.
 #pragma once
 
-#include "kslctl/command_line/errors.h"
 #include "kslctl/command_line/numbers.h"
 
 #include <CLI/CLI.hpp>

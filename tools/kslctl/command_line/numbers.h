@@ -2,15 +2,19 @@
 // Numbers on the command line: decimal, or hexadecimal after "0x"; lists of them may hold ranges ("0-3,7").
 #pragma once
 
-#include "kslctl/command_line/errors.h"
-
 #include <cstdint>
 #include <ksl/ksl.h>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kslctl {
+
+// An argument is wrong; the text is one sentence, and the parser adds the argument's name.
+struct ArgumentError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // What a number means, and its range.
 struct NumberKind {

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // firmware, reset, hub-config, mac-filter: the hub's controller, and chips as a whole.
-#include "kslctl/command_line/confirm.h"
 #include "kslctl/commands/command.h"
 #include "kslctl/views/status.h"
 
 #include <fmt/ranges.h>
+#include <iostream>
+#include <unistd.h>
 
 namespace kslctl {
 
@@ -88,6 +89,22 @@ views::Shown act(Context &context, uint32_t chip, const ActionArguments &argumen
     }
     json["done"] = done;
     return {json, done ? fmt::format(fmt::runtime(row.done), arguments.number) + "\n" : ""};
+}
+
+// Returns if the user agrees: by --yes, or by an answer on a terminal. `action` completes "Really ...?".
+void confirm(const std::string &action, bool yes) {
+    if (yes) {
+        return;
+    }
+    if (isatty(STDIN_FILENO) == 0) {
+        throw UsageError(fmt::format("say --yes to {}; there is no terminal to ask on", action));
+    }
+    std::cerr << fmt::format("Really {}? [y/N] ", action) << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (answer != "y" && answer != "Y" && answer != "yes") {
+        throw Declined("nothing was done");
+    }
 }
 
 void check_action(Options &options, const ActionArguments &arguments) {

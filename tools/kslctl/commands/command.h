@@ -7,12 +7,20 @@
 #include "kslctl/hub/changes.h"
 #include "kslctl/hub/port_list.h"
 #include "kslctl/views/raw.h"
+#include "support/command_line.h"
 
 #include <any>
 #include <deque>
 #include <functional>
 
 namespace kslctl {
+
+using tools::UsageError; // options do not go together
+
+// The user was asked, and said no.
+struct Declined : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // The options of all commands.
 struct Options {
@@ -84,7 +92,8 @@ struct Command {
     // Either gives the view of one chip after the other, or the result of all chips.
     views::Shown (*look)(Context &context, uint32_t chip, const Arguments &arguments) = nullptr;
     Result (*run)(Context &context, const Arguments &arguments) = nullptr;
-    // Looks at the whole command line before the hub is touched, and may settle options. Throws UsageError.
+    // Looks at the whole command line before the hub is touched, and may settle options. Throws UsageError,
+    // or Declined.
     void (*check)(Options &options, const Arguments &arguments) = nullptr;
     bool changes_registers = false; // and takes --dry-run
     int raw_schema = 1;             // the number of the document with --raw, or kNoRaw
