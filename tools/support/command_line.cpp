@@ -2,6 +2,7 @@
 #include "support/command_line.h"
 
 #include "support/exit_status.h"
+#include "support/suggestion.h"
 
 #include <fmt/core.h>
 #include <iostream>
@@ -14,23 +15,43 @@ bool is_group(const CLI::App &app) {
     return app.get_require_subcommand_min() > 0;
 }
 
-// The parser would only say that a command is missing, also where one is misspelt.
+// The command that the words lead to: the program itself, a group, or a command of either.
+const CLI::App &command_of(const CLI::App &app) {
+    const std::vector<CLI::App *> next = app.get_subcommands();
+    return next.empty() ? app : command_of(*next.front());
+}
+
+// "kslctl port show"
+std::string words_of(const CLI::App &command) {
+    const CLI::App *const parent = command.get_parent();
+    return parent == nullptr ? command.get_name() : words_of(*parent) + " " + command.get_name();
+}
+
+// The parser's words for a flag that is given a value are nobody else's.
+std::string without_jargon(const std::string &sentence) {
+    const size_t jargon = sentence.find(" was given a disallowed flag override");
+    return jargon == std::string::npos ? sentence : fmt::format("--{} takes no value", sentence.substr(0, jargon));
+}
+
+// The parser would only say that a command is missing, or that something was not expected.
 std::string sentence_about(const CLI::App &app, const CLI::ParseError &error) {
-    const CLI::App *group = &app;
-    while (!group->get_subcommands().empty()) {
-        group = group->get_subcommands().front();
-    }
-    if (!is_group(*group) || error.get_name() != "RequiredError") {
-        return error.what();
-    }
-    const std::string words = group == &app ? "" : group->get_name() + " ";
+    const CLI::App &command = command_of(app);
     const std::vector<std::string> unknown = app.remaining(true);
-    if (unknown.empty()) {
-        return group == &app ? "no command is given" : fmt::format("\"{}\" alone is no command", group->get_name());
+    const bool no_command = is_group(command) && error.get_name() == "RequiredError";
+    if (unknown.empty() || !(no_command || error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError))) {
+        return no_command ? "no command is given" : without_jargon(error.what());
     }
-    const std::string &first = unknown.front();
-    return fmt::format("there is no {} \"{}{}\"", first.starts_with('-') ? "option" : "command",
-                       first.starts_with('-') ? "" : words, first);
+    const std::string word = unknown.front().substr(0, unknown.front().find('='));
+    if (word.starts_with('-')) {
+        return fmt::format("\"{}\" has no option \"{}\"{}", words_of(command), word,
+                           suggestion(word, option_names(command)));
+    }
+    if (no_command) {
+        return fmt::format("there is no command \"{}\"{}",
+                           (words_of(command) + " " + word).substr(app.get_name().size() + 1),
+                           suggestion(word, command_names(command)));
+    }
+    return fmt::format("\"{}\" takes no further argument such as \"{}\"", words_of(command), word);
 }
 
 // Programs have commands, of which some are groups with commands of their own. A group of options has no name.
@@ -41,10 +62,20 @@ void label_commands(CLI::App &app) {
     }
 }
 
+// A flag is given or not: nobody means to switch it on with "--dry-run=false".
+void refuse_values_of_flags(CLI::App &app) {
+    for (CLI::Option *option : app.get_options([](const CLI::Option *each) { return each->get_expected_max() == 0; })) {
+        option->disable_flag_override();
+    }
+    for (CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+        refuse_values_of_flags(*command);
+    }
+}
+
 // What is wrong, and where to read more.
-int refuse(const std::string &program, std::string_view sentence) {
+int refuse(const std::string &program, const std::string &command, std::string_view sentence) {
     complain(program, sentence);
-    std::cerr << fmt::format("Run \"{} --help\" for what is possible.\n", program);
+    std::cerr << fmt::format("Run \"{} --help\" for what is possible.\n", command);
     return kUsage;
 }
 
@@ -61,6 +92,7 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
                                       StandardOutput &out) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     label_commands(app);
+    refuse_values_of_flags(app);
     if (argc < 2) {
         std::cerr << app.help();
         return kUsage;
@@ -79,7 +111,12 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
             out.write(text.str());
             return out.failed() ? kFailed : kDone;
         }
-        return refuse(app.get_name(), sentence_about(app, error));
+        const CLI::App &command = command_of(app);
+        if (is_group(command) && command.get_parent() != nullptr && app.remaining(true).empty()) {
+            std::cerr << app.help();
+            return kUsage;
+        }
+        return refuse(app.get_name(), words_of(command), sentence_about(app, error));
     }
 }
 
@@ -87,7 +124,7 @@ int run_program(const char *program, int (*run)(int argc, char **argv), int argc
     try {
         return run(argc, argv);
     } catch (const UsageError &error) {
-        return refuse(program, error.what());
+        return refuse(program, error.command.empty() ? program : error.command, error.what());
     } catch (const std::exception &error) {
         complain(program, error.what());
         return kFailed;

@@ -15,6 +15,7 @@ namespace tools {
 // A command line that cannot be carried out although it could be parsed; the text is the reason as one sentence.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
+    std::string command{}; // whose help tells more, "kslctl port show"; else that of the program
 };
 
 // What every tool has: a version, commands of which one is required, and options that may also follow it.

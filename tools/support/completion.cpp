@@ -134,6 +134,24 @@ void offer_words(const Place &place, const Suggestions &suggestions, Offer &offe
 
 } // namespace
 
+std::vector<std::string> command_names(const CLI::App &command) {
+    std::vector<std::string> names;
+    for (const CLI::App *each : commands_of(command)) {
+        names.push_back(each->get_name());
+    }
+    return names;
+}
+
+std::vector<std::string> option_names(const CLI::App &command) {
+    std::vector<std::string> names;
+    for (const CLI::Option *option : options_for(&command)) {
+        for (const std::string &name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
+}
+
 std::vector<std::string> numbers_to(unsigned last) {
     std::vector<std::string> numbers;
     for (unsigned number = 0; number <= last; number++) {

@@ -18,6 +18,10 @@ using Suggestions = std::map<std::string, std::vector<std::string>, std::less<>>
 // Alone in its list, it means names of files: the shell knows these itself.
 inline constexpr char kFiles[] = ":files";
 
+// The names of the commands, or options, that may follow a command.
+std::vector<std::string> command_names(const CLI::App &command);
+std::vector<std::string> option_names(const CLI::App &command);
+
 // The numbers from 0 to that one.
 std::vector<std::string> numbers_to(unsigned last);
 

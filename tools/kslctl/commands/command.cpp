@@ -68,7 +68,12 @@ void Commands::check() const {
     if (options_.raw && chosen_.raw_schema == kNoRaw) {
         throw UsageError("--raw is for commands that read a meaning into registers, which this one does not");
     }
-    chosen_.check(options_);
+    try {
+        chosen_.check(options_);
+    } catch (UsageError &error) {
+        error.command = "kslctl " + chosen_.name;
+        throw;
+    }
 }
 
 Result Commands::run(Context &context) const {
