@@ -110,7 +110,7 @@ void add_port_commands(Commands &commands) {
     for (Command<Arguments> command : switches) {
         command.changes_registers = true;
         const auto [app, arguments] = commands.add(command);
-        add_list(app, "PORT", arguments.ports, kPorts, "Ports, such as 0-3,7")->required();
+        add_lists(app, "PORT", arguments.ports, kPorts, "Ports, such as 0-3,7")->required();
     }
 }
 
