@@ -23,9 +23,24 @@ bool is_possible(std::string pattern) {
            fnmatch(pattern.c_str(), "XX:XX:XX:XX:XX:XX", 0) == 0;
 }
 
+// With colons, as kslctl prints addresses; other tools print 02-00-00-00-00-01, 0200.0000.0001 or 020000000001.
+std::string with_colons(std::string pattern) {
+    if (fnmatch("[!.][!.][!.][!.].[!.][!.][!.][!.].[!.][!.][!.][!.]", pattern.c_str(), 0) == 0) {
+        std::erase(pattern, '.');
+    }
+    constexpr size_t kDigits = 12;
+    if (pattern.size() == kDigits && std::all_of(pattern.begin(), pattern.end(), is_digit)) {
+        for (size_t place = kDigits - 2; place > 0; place -= 2) {
+            pattern.insert(place, ":");
+        }
+    }
+    std::replace(pattern.begin(), pattern.end(), '-', ':');
+    return pattern;
+}
+
 } // namespace
 
-MacPattern::MacPattern(std::string_view text) : pattern_(text) {
+MacPattern::MacPattern(std::string_view text) : pattern_(with_colons(std::string(text))) {
     // A capital X is no digit and must not pass for one.
     if (text.find('X') != std::string_view::npos || !is_possible(pattern_)) {
         throw ArgumentError(

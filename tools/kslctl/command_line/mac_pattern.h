@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which MAC addresses a user means: "02:00:00:00:01:10", or with * for any part of one, "02:00:*", "*:1A".
+// Which MAC addresses a user means: "02:00:00:00:01:10" in any of the usual forms, or with * for any part of one,
+// "02:00:*", "*-1A".
 #pragma once
 
 #include <string>

@@ -105,7 +105,8 @@ A walk or search that finds no end is given up.
 
 Shown are the addresses that match --mac, --port and --vid, and how many of them
 each port has. Ports and VLANs are numbers and ranges (0-3,7). PATTERN is an
-address with * for any part of it, such as '02:00:*' or '*:1A'.
+address with * for any part of it, such as '02:00:*' or '*:1A'. The forms
+02-00-00-00-01-1a, 0200.0000.011a and 02000000011a are understood, too.
 
 How kslctl reads the 8 bytes of an entry: bits 0 to 47 are the address, bits 48
 to 52 the port; bit 55 is 1 for a static address. --raw shows the bytes of walk
