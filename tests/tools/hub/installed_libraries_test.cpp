@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Where kslctl looks for the libraries that it opens. The program's own path comes from a readlink() of this test.
-#include "kslctl/hub/installed_libraries.h"
+#include "kslctl/hub/library.h"
 
 #include <gtest/gtest.h>
 

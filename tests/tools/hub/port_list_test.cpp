@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kslctl/hub/port_list.h"
+#include "kslctl/hub/registers.h"
 
 #include <gmock/gmock.h>
 

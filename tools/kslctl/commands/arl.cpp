@@ -1,48 +1,82 @@
 // SPDX-License-Identifier: Apache-2.0
 // arl: the address table.
-#include "kslctl/command_line/mac_pattern.h"
 #include "kslctl/commands/command.h"
 #include "kslctl/views/addresses.h"
 
 #include <algorithm>
+#include <cctype>
 #include <fmt/core.h>
+#include <fnmatch.h>
 
 namespace kslctl {
 
 namespace {
 
-enum class Way { list, walk, search };
+bool is_digit(char character) {
+    return std::isxdigit(static_cast<unsigned char>(character)) != 0;
+}
+
+// With small letters and colons, as kslctl prints addresses. Other tools print 02-00-00-00-00-01, 0200.0000.0001 or
+// 020000000001.
+std::string in_our_form(std::string text) {
+    if (fnmatch("[!.][!.][!.][!.].[!.][!.][!.][!.].[!.][!.][!.][!.]", text.c_str(), 0) == 0) {
+        std::erase(text, '.');
+    }
+    constexpr size_t kDigits = 12;
+    if (text.size() == kDigits && std::all_of(text.begin(), text.end(), is_digit)) {
+        for (size_t place = kDigits - 2; place > 0; place -= 2) {
+            text.insert(place, ":");
+        }
+    }
+    std::replace(text.begin(), text.end(), '-', ':');
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+// Which MAC addresses a user means: "02:00:00:00:01:10" in any of the usual forms, or with * for any part of one,
+// "02:00:*", "*-1A".
+std::string parse_pattern(const std::string &text) {
+    std::string pattern = in_our_form(text);
+    std::string digits_alike = pattern;
+    std::replace_if(digits_alike.begin(), digits_alike.end(), is_digit, 'X');
+    if (digits_alike.find_first_not_of("X:*") != std::string::npos ||
+        fnmatch(digits_alike.c_str(), "XX:XX:XX:XX:XX:XX", 0) != 0) {
+        throw ArgumentError(
+            fmt::format("no MAC address matches \"{}\"; write one like 02:00:00:00:01:1a, with * for any part of it "
+                        "(02:00:*)",
+                        text));
+    }
+    return pattern;
+}
+
+struct Way {
+    const char *name;
+    hub::Addresses (*read)(uint32_t chip, bool all_ports, hub::Failures &failures);
+};
+
+constexpr Way kList{"list", hub::list_addresses};
+constexpr Way kWalk{"walk",
+                    [](uint32_t chip, bool, hub::Failures &failures) { return hub::walk_addresses(chip, failures); }};
+constexpr Way kSearch{
+    "search", [](uint32_t chip, bool, hub::Failures &failures) { return hub::search_addresses(chip, failures); }};
+
+const Way *parse_way(const std::string &text) {
+    for (const Way *const way : {&kList, &kWalk, &kSearch}) {
+        if (text == way->name) {
+            return way;
+        }
+    }
+    throw ArgumentError(fmt::format("\"{}\" is no way to read the table; the ways are list, walk and search", text));
+}
 
 struct Arguments {
-    Way way = Way::list;
-    MacPattern mac;
+    const Way *way = &kList;
+    std::string mac = "*";
     bool all_ports = false;
     NumberSet ports;
     NumberSet vids;
 };
-
-constexpr const char *kWays[] = {"list", "walk", "search"};
-
-Way parse_way(const std::string &text) {
-    const auto *const found = std::find(std::begin(kWays), std::end(kWays), text);
-    if (found == std::end(kWays)) {
-        throw ArgumentError(
-            fmt::format("\"{}\" is no way to read the table; the ways are list, walk and search", text));
-    }
-    return static_cast<Way>(found - kWays);
-}
-
-hub::Addresses read_addresses(uint32_t chip, const Arguments &arguments, hub::Failures &failures) {
-    switch (arguments.way) {
-    case Way::list:
-        return hub::list_addresses(chip, arguments.all_ports, failures);
-    case Way::walk:
-        return hub::walk_addresses(chip, failures);
-    case Way::search:
-        break;
-    }
-    return hub::search_addresses(chip, failures);
-}
 
 bool contains(const NumberSet &wanted, uint32_t number) {
     return wanted.empty() || std::binary_search(wanted.begin(), wanted.end(), number);
@@ -50,12 +84,12 @@ bool contains(const NumberSet &wanted, uint32_t number) {
 
 bool is_wanted(const hub::Address &address, const Arguments &arguments) {
     return contains(arguments.ports, address.port) && (!address.vid || contains(arguments.vids, *address.vid)) &&
-           arguments.mac.matches(hub::mac_text(address.mac));
+           fnmatch(arguments.mac.c_str(), hub::mac_text(address.mac).c_str(), 0) == 0;
 }
 
 views::Shown show_chip(Context &context, uint32_t chip, const Arguments &arguments) {
-    hub::Addresses addresses = read_addresses(chip, arguments, context.failures);
-    if (arguments.way == Way::walk && addresses.whole && addresses.entries.empty()) {
+    hub::Addresses addresses = arguments.way->read(chip, arguments.all_ports, context.failures);
+    if (arguments.way == &kWalk && addresses.whole && addresses.entries.empty()) {
         Report::note(fmt::format("chip {}: the walk found no address; the library does not report whether the table is "
                                  "empty or could not be read",
                                  chip));
@@ -64,29 +98,28 @@ views::Shown show_chip(Context &context, uint32_t chip, const Arguments &argumen
     if (context.options.raw) {
         return views::raw(hub::registers_of(addresses), context.style);
     }
-    const views::Shown table = views::addresses(addresses, arguments.way == Way::search, context.style);
-    views::Shown shown{{{"way", kWays[static_cast<size_t>(arguments.way)]},
-                        {"all_ports", arguments.way != Way::list || arguments.all_ports}},
+    const views::Shown table = views::addresses(addresses, arguments.way == &kSearch, context.style);
+    views::Shown shown{{{"way", arguments.way->name}, {"all_ports", arguments.way != &kList || arguments.all_ports}},
                        table.text};
     shown.json.update(table.json);
     return shown;
 }
 
 Result run(Context &context, const Arguments &arguments) {
-    if (arguments.way == Way::list && !arguments.all_ports) {
+    if (arguments.way == &kList && !arguments.all_ports) {
         Report::note("without --all-ports the list ends before the first address at port 0 or 1, whatever follows it");
     }
     return of_each_chip(context, [&](uint32_t chip) { return show_chip(context, chip, arguments); });
 }
 
 void check(Options &options, const Arguments &arguments) {
-    if (arguments.all_ports && arguments.way != Way::list) {
+    if (arguments.all_ports && arguments.way != &kList) {
         throw UsageError("--all-ports is for \"arl list\"; walk and search always find the addresses of all ports");
     }
-    if (!arguments.vids.empty() && arguments.way != Way::search) {
+    if (!arguments.vids.empty() && arguments.way != &kSearch) {
         throw UsageError("--vid is for \"arl search\", the only way that reads the VLANs of addresses");
     }
-    if (options.raw && arguments.way == Way::list) {
+    if (options.raw && arguments.way == &kList) {
         throw UsageError("--raw is for \"arl walk\" and \"arl search\"; a list has no bytes");
     }
 }
@@ -125,10 +158,7 @@ void add_arl_commands(Commands &commands) {
     });
     add_parsed(arl, "WAY", arguments.way, parse_way, "list, walk or search; default: list");
     arl.add_flag("--all-ports", arguments.all_ports, "List the whole table");
-    add_parsed(
-        arl, "--mac", arguments.mac, [](const std::string &text) { return MacPattern(text); },
-        "Addresses that match the pattern")
-        ->type_name("PATTERN");
+    add_parsed(arl, "--mac", arguments.mac, parse_pattern, "Addresses that match the pattern")->type_name("PATTERN");
     add_list(arl, "--port", arguments.ports, kTablePorts, "Addresses at these ports")->type_name("N");
     add_list(arl, "--vid", arguments.vids, kTableVlans, "Addresses in these VLANs")->type_name("N");
 }

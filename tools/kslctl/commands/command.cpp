@@ -9,6 +9,12 @@
 
 namespace kslctl {
 
+void Report::keep(const views::Shown &failure) {
+    tools::complain("kslctl", failure.text);
+    errors_.push_back(failure.json);
+    has_failures_ = true;
+}
+
 void Context::report_failures() {
     for (const hub::Failure &failure : std::exchange(failures, {})) {
         report.fail(failure);

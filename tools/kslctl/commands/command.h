@@ -3,9 +3,8 @@
 #pragma once
 
 #include "kslctl/command_line/arguments.h"
-#include "kslctl/commands/report.h"
 #include "kslctl/hub/changes.h"
-#include "kslctl/hub/port_list.h"
+#include "kslctl/views/failure.h"
 #include "kslctl/views/raw.h"
 #include "support/command_line.h"
 
@@ -39,6 +38,32 @@ struct Result {
     std::string text;
     bool answer_is_no = false; // of a command that asks a question
     bool is_shown = false;     // the command has already shown everything
+};
+
+// What went wrong: on stderr at once, and kept for the JSON document and the exit status.
+class Report {
+public:
+    // The codes of a simulated hub can be explained.
+    void set_simulated(bool simulated) { simulated_ = simulated; }
+
+    void fail(const hub::Failure &failure) { keep(views::failure(failure, simulated_)); }
+    // A failure of anything else, as one sentence.
+    void fail(const std::string &sentence) { keep(views::failure(sentence)); }
+
+    // What the user should know although nothing went wrong.
+    static void note(const std::string &sentence) { tools::complain("kslctl note", sentence); }
+
+    bool has_failures() const { return has_failures_; }
+    const Json &errors() const { return errors_; }
+    // The same, once.
+    Json take_errors() { return std::exchange(errors_, Json::array()); }
+
+private:
+    void keep(const views::Shown &failure);
+
+    bool simulated_ = false;
+    bool has_failures_ = false;
+    Json errors_ = Json::array();
 };
 
 // What a command has to work with.

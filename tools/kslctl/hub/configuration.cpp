@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/configuration.h"
 
-#include "kslctl/hub/installed_libraries.h"
+#include "kslctl/hub/library.h"
 
 #include <cstdlib>
 #include <dlfcn.h>

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/counters.h"
 
-#include "kslctl/hub/port_list.h"
-
 #include <cmath>
 #include <cstring>
 #include <fmt/core.h>

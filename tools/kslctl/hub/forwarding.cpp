@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/forwarding.h"
 
-#include "kslctl/hub/port_list.h"
-
 #include <fmt/core.h>
 #include <ksl/decode.h>
 

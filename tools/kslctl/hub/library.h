@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library in use, and the lower library that it uses.
+// The library in use, the lower library that it uses, and where those are that were built or installed with this
+// program.
 #pragma once
 
 #include <optional>
 #include <string>
 
 namespace kslctl::hub {
+
+// Where the library is in the build folder, else where it would be installed. It need not be there.
+std::string path_of_installed(const std::string &library);
+// The same of a library of the simulator. Of its name there may be the hub's own, which this never is.
+std::string path_of_simulator(const std::string &library);
 
 // Why there is no hub to talk to.
 struct LibraryProblem {

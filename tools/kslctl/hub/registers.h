@@ -42,6 +42,14 @@ KSL_REGISTERS(KSLCTL_REGISTER)
 #undef KSLCTL_REGISTER
 } // namespace registers
 
+std::vector<uint32_t> all_ports();
+
+// The ports whose bits are set, in ascending order; the bits above the last port are ignored.
+std::vector<uint32_t> ports_of(uint32_t word);
+
+// "ports 0-3, 7", "port 7", "no port"
+std::string describe_ports(const std::vector<uint32_t> &ports);
+
 // What a register holds, with all that --raw shows of it.
 struct Reading {
     const char *name;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/whole_chip.h"
 
-#include "kslctl/hub/port_list.h"
-
 #include <algorithm>
 #include <functional>
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/views/forwarding.h"
 
-#include "kslctl/hub/port_list.h"
 #include "kslctl/views/listing.h"
 
 namespace kslctl::views {

@@ -2,7 +2,6 @@
 #include "kslctl/views/values.h"
 
 #include "kslctl/hub/forwarding.h"
-#include "kslctl/hub/port_list.h"
 #include "kslctl/views/raw.h"
 
 #include <fmt/core.h>
