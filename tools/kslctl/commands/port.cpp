@@ -38,7 +38,7 @@ views::Shown speed(Context &context, uint32_t chip, const Arguments &arguments) 
         return change(context, chip, hub::forced_speed(*arguments.speed), arguments.ports);
     }
     if (context.options.raw) {
-        return views::raw(hub::read_ports(hub::registers::speed_indication, chip, arguments.ports, context.failures),
+        return views::raw(hub::read_ports({&hub::registers::speed_indication}, chip, arguments.ports, context.failures),
                           context.style);
     }
     return views::port_speeds(hub::read_port_speeds(chip, arguments.ports, context.failures), context.style);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/forwarding.h"
 
+#include <cstring>
 #include <fmt/core.h>
 #include <ksl/decode.h>
 
@@ -35,22 +36,13 @@ uint32_t decode_learning(const Bytes &bytes) {
 }
 
 Trunks read_trunks(uint32_t chip, Failures &failures) {
-    // Neither register can hold this: the word of trunk control ends with zeros, and no group has such flags.
-    constexpr ksl_word kUntouched = 0xFFFFFFFF;
-    ksl_trunk_group_regs regs{kUntouched, kUntouched, kUntouched};
+    ksl_trunk_group_regs regs;
+    std::memset(&regs, kUntouched, sizeof regs);
     const int32_t code = ksl_read_trunk_group_regs(chip, &regs);
-
-    const std::pair<const Register &, ksl_word> fields[] = {{registers::trunk_control, regs.control},
-                                                            {registers::trunk_group_0, regs.group0},
-                                                            {registers::trunk_group_0, regs.group0_again}};
-    std::vector<Reading> readings;
-    std::optional<Failure> failure;
-    for (const auto &[which, word] : fields) {
-        if (code != 0 && !failure && word == kUntouched) {
-            failure = note(failures, {chip, "ksl_read_trunk_group_regs", describe(which), code});
-        }
-        readings.push_back(reading_of(which, 0, failure ? Fact<Bytes>(*failure) : word_bytes(word)));
-    }
+    const Target targets[] = {{registers::trunk_control, regs.control},
+                              {registers::trunk_group_0, regs.group0},
+                              {registers::trunk_group_0, regs.group0_again}};
+    const std::vector<Reading> readings = readings_of(chip, "ksl_read_trunk_group_regs", code, targets, failures);
     return {readings[0].bytes.map(decode_trunk_control), readings[1].bytes.map(decode_trunk_group),
             readings[2].bytes.map(decode_trunk_group), readings};
 }
@@ -78,13 +70,7 @@ std::vector<PortLearning> read_learning(uint32_t chip, std::span<const uint32_t>
 }
 
 std::vector<Reading> read_learning_registers(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
-    std::vector<Reading> readings;
-    for (const uint32_t port : ports) {
-        for (const Register *const which : {&registers::learned_addresses, &registers::learning_limit}) {
-            readings.push_back(reading_of(*which, port, read(*which, chip, port, failures)));
-        }
-    }
-    return readings;
+    return read_ports({&registers::learned_addresses, &registers::learning_limit}, chip, ports, failures);
 }
 
 Change new_learning_limit(uint32_t limit) {

@@ -41,7 +41,7 @@ struct PortSpeed {
     Fact<uint32_t> speed; // as the PHY indicates it, also without a link
 };
 
-// The operation delivers the bit alone; the register's bytes come from read_ports(registers::speed_indication).
+// The operation delivers the bit alone; the register's bytes come from read_ports({&registers::speed_indication}).
 std::vector<PortSpeed> read_port_speeds(uint32_t chip, std::span<const uint32_t> ports, Failures &failures);
 
 // For change_ports().

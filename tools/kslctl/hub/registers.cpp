@@ -123,11 +123,31 @@ Fact<uint32_t> read_number(const Register &which, uint32_t chip, uint32_t port, 
     return number;
 }
 
-std::vector<Reading> read_ports(const Register &which, uint32_t chip, std::span<const uint32_t> ports,
+std::vector<Reading> read_ports(const WantedRegisters &wanted, uint32_t chip, std::span<const uint32_t> ports,
                                 Failures &failures) {
     std::vector<Reading> readings;
     for (const uint32_t port : ports) {
-        readings.push_back(reading_of(which, port, read(which, chip, port, failures)));
+        for (const Register *const which : wanted) {
+            readings.push_back(reading_of(*which, port, read(*which, chip, port, failures)));
+        }
+    }
+    return readings;
+}
+
+std::vector<Reading> readings_of(uint32_t chip, const char *operation, int32_t code, std::span<const Target> targets,
+                                 Failures &failures) {
+    std::vector<Reading> readings;
+    std::optional<Failure> failure;
+    for (const Target &target : targets) {
+        const bool is_last = &target == &targets.back();
+        const bool is_untouched =
+            std::all_of(target.bytes, target.bytes + target.length, [](uint8_t byte) { return byte == kUntouched; });
+        if (code != 0 && !failure && (is_untouched || is_last)) {
+            failure = note(failures, {chip, operation, describe(*target.which, target.port), code});
+        }
+        Bytes bytes{};
+        std::copy_n(target.bytes, target.length, bytes.begin());
+        readings.push_back(reading_of(*target.which, target.port, failure ? Fact<Bytes>(*failure) : bytes));
     }
     return readings;
 }

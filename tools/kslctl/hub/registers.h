@@ -75,8 +75,29 @@ Fact<Bytes> read(const Register &which, uint32_t chip, uint32_t port, Failures &
 Fact<uint32_t> read_number(const Register &which, uint32_t chip, uint32_t port, const char *operation,
                            int32_t (*get)(uint32_t chip, uint32_t port, uint32_t *number), Failures &failures);
 
-// The same register of each of these ports.
-std::vector<Reading> read_ports(const Register &which, uint32_t chip, std::span<const uint32_t> ports,
+using WantedRegisters = std::vector<const Register *>;
+
+// The registers of each of these ports. Registers of the chip take port 0.
+std::vector<Reading> read_ports(const WantedRegisters &wanted, uint32_t chip, std::span<const uint32_t> ports,
                                 Failures &failures);
+
+// Where an operation that reads several registers puts one of them.
+struct Target {
+    template <typename Place>
+    Target(const Register &register_, const Place &place, uint32_t of_port = 0)
+        : which(&register_), port(of_port), bytes(reinterpret_cast<const uint8_t *>(&place)), length(sizeof place) {}
+
+    const Register *which;
+    uint32_t port;
+    const uint8_t *bytes;
+    size_t length;
+};
+
+// What every byte of a target is before the operation. None of the registers that are read so holds that.
+inline constexpr uint8_t kUntouched = 0xFF;
+
+// What an operation read that returned `code`. It reads the registers in this order, and ends at the first failure.
+std::vector<Reading> readings_of(uint32_t chip, const char *operation, int32_t code, std::span<const Target> targets,
+                                 Failures &failures);
 
 } // namespace kslctl::hub

@@ -53,45 +53,21 @@ ChipStatus status_of(std::vector<Reading> readings) {
 }
 
 // One operation reads both; the first may be there although the second is not.
-std::pair<Fact<Bytes>, Fact<Bytes>> read_both_link_registers(uint32_t chip, Failures &failures) {
-    constexpr Bytes kUntouched = {0xFF, 0xFF, 0xFF, 0xFF}; // no chip of 24 ports has such a link word
-    Bytes link = kUntouched;
-    Bytes change{};
+std::vector<Reading> read_both_link_registers(uint32_t chip, Failures &failures) {
+    std::array<uint8_t, registers::link_status.place.length> link;
+    std::array<uint8_t, registers::link_change.place.length> change;
+    link.fill(kUntouched);
+    change.fill(kUntouched);
     const int32_t code = ksl_read_link_status_regs(chip, link.data(), change.data());
-    if (code == 0) {
-        return {link, change};
-    }
-    const bool has_link = link != kUntouched;
-    const Register &failed = has_link ? registers::link_change : registers::link_status;
-    const Failure &failure = note(failures, {chip, "ksl_read_link_status_regs", describe(failed), code});
-    return {has_link ? Fact<Bytes>(link) : failure, failure};
+    const Target targets[] = {{registers::link_status, link}, {registers::link_change, change}};
+    return readings_of(chip, "ksl_read_link_status_regs", code, targets, failures);
 }
-
-// The registers of ksl_cntrl_regs, in the order in which the operation reads them.
-struct ControlField {
-    const Register *which;
-    size_t position;
-    size_t length;
-};
-
-#define KSLCTL_FIELD(name) offsetof(ksl_cntrl_regs, name), sizeof(ksl_cntrl_regs::name)
-constexpr ControlField kControlFields[] = {
-    {&registers::switch_mode, KSLCTL_FIELD(switch_mode)},  {&registers::self_test, KSLCTL_FIELD(bist_status)},
-    {&registers::link_status, KSLCTL_FIELD(link_status1)}, {&registers::link_change, KSLCTL_FIELD(link_status2)},
-    {&registers::port_speed, KSLCTL_FIELD(port_speed)},    {&registers::port_duplex, KSLCTL_FIELD(port_duplex)},
-    {&registers::age_timer, KSLCTL_FIELD(age_timer)},
-};
-#undef KSLCTL_FIELD
 
 } // namespace
 
-const WantedRegisters kControlRegisters = [] {
-    WantedRegisters all;
-    for (const ControlField &field : kControlFields) {
-        all.push_back(field.which);
-    }
-    return all;
-}();
+const WantedRegisters kControlRegisters = {&registers::switch_mode, &registers::self_test,  &registers::link_status,
+                                           &registers::link_change, &registers::port_speed, &registers::port_duplex,
+                                           &registers::age_timer};
 
 SelfTest decode_self_test(const Bytes &bytes) {
     return {!has_bit(registers::self_test, bytes, kSelfTestVerdict), ports_of(ksl_value32(bytes.data() + 2))};
@@ -106,9 +82,8 @@ ChipStatus read_status(uint32_t chip, const WantedRegisters &wanted, Failures &f
     std::vector<Reading> readings;
     for (const Register *const which : wanted) {
         if (which == &registers::link_change) {
-            auto [link, change] = read_both_link_registers(chip, failures);
-            readings.push_back(reading_of(registers::link_status, 0, link));
-            readings.push_back(reading_of(registers::link_change, 0, change));
+            const std::vector<Reading> both = read_both_link_registers(chip, failures);
+            readings.insert(readings.end(), both.begin(), both.end());
         } else if (which != &registers::link_status || !wants_change) {
             readings.push_back(reading_of(*which, 0, read(*which, chip, 0, failures)));
         }
@@ -117,27 +92,16 @@ ChipStatus read_status(uint32_t chip, const WantedRegisters &wanted, Failures &f
 }
 
 ChipStatus read_control_registers(uint32_t chip, Failures &failures) {
-    // A field that was not read keeps what no such register holds.
-    constexpr uint8_t kUntouchedByte = 0xFF;
-    Bytes untouched;
-    untouched.fill(kUntouchedByte);
     ksl_cntrl_regs regs;
-    std::memset(&regs, kUntouchedByte, sizeof regs);
+    std::memset(&regs, kUntouched, sizeof regs);
     const int32_t code = ksl_read_cntrl_regs(chip, &regs);
-
-    std::vector<Reading> readings;
-    std::optional<Failure> failure;
-    for (const ControlField &field : kControlFields) {
-        const uint8_t *const read = reinterpret_cast<const uint8_t *>(&regs) + field.position;
-        const bool is_last = field.which == &registers::age_timer;
-        if (code != 0 && !failure && (is_last || std::memcmp(read, untouched.data(), field.length) == 0)) {
-            failure = note(failures, {chip, "ksl_read_cntrl_regs", describe(*field.which), code});
-        }
-        Bytes bytes{};
-        std::memcpy(bytes.data(), read, field.length);
-        readings.push_back(reading_of(*field.which, 0, failure ? Fact<Bytes>(*failure) : bytes));
-    }
-    return status_of(std::move(readings));
+    const Target targets[] = {
+        {registers::switch_mode, regs.switch_mode},  {registers::self_test, regs.bist_status},
+        {registers::link_status, regs.link_status1}, {registers::link_change, regs.link_status2},
+        {registers::port_speed, regs.port_speed},    {registers::port_duplex, regs.port_duplex},
+        {registers::age_timer, regs.age_timer},
+    };
+    return status_of(readings_of(chip, "ksl_read_cntrl_regs", code, targets, failures));
 }
 
 } // namespace kslctl::hub

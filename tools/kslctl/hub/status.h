@@ -40,8 +40,6 @@ struct ChipStatus {
     std::vector<Reading> registers; // in the order in which they were asked for
 };
 
-using WantedRegisters = std::vector<const Register *>;
-
 // Reads the wanted ones of the registers below in their order. Reading link_change clears the chip's change marks.
 ChipStatus read_status(uint32_t chip, const WantedRegisters &wanted, Failures &failures);
 

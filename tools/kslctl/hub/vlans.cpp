@@ -2,6 +2,7 @@
 #include "kslctl/hub/vlans.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fmt/core.h>
 #include <set>
 
@@ -19,15 +20,12 @@ std::string describe_entry(uint32_t vid) {
                        registers::vlan_table_command.place.offset, registers::vlan_table_entry.place.offset);
 }
 
-void add_vlan_enable(VlanState &state, uint32_t chip, Failures &failures) {
-    const Fact<Bytes> bytes = read(registers::vlan_enable, chip, 0, failures);
-    state.enabled = bytes.map(decode_vlan_enable);
-    state.registers.push_back(reading_of(registers::vlan_enable, 0, bytes));
-}
-
-void add_pvid(VlanState &state, uint32_t port, const Fact<Bytes> &bytes) {
-    state.ports.push_back({port, bytes.map(decode_pvid)});
-    state.registers.push_back(reading_of(registers::pvid, port, bytes));
+void add_pvids(VlanState &state, uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
+    const Pvids pvids = read_pvids(chip, failures);
+    for (const uint32_t port : ports) {
+        state.ports.push_back({port, pvids[port].map(decode_pvid)});
+        state.registers.push_back(reading_of(registers::pvid, port, pvids[port]));
+    }
 }
 
 void add_entry(VlanState &state, uint32_t vid, const Fact<Bytes> &bytes) {
@@ -36,34 +34,36 @@ void add_entry(VlanState &state, uint32_t vid, const Fact<Bytes> &bytes) {
     state.registers.back().of = {"vid", vid};
 }
 
+void add_entries(VlanState &state, uint32_t chip, std::span<const uint32_t> vids, Failures &failures) {
+    for (const uint32_t vid : vids) {
+        add_entry(state, vid, read_vlan_entry(chip, vid, failures));
+    }
+}
+
 // A PVID may name a VLAN that the table cannot have.
-std::set<uint32_t> vids_of(const std::vector<PortPvid> &ports) {
+std::vector<uint32_t> vids_of(const std::vector<PortPvid> &ports) {
     std::set<uint32_t> vids;
     for (const PortPvid &port : ports) {
         if (port.pvid.is_read() && port.pvid->vid >= kFirstVlan && port.pvid->vid <= kLastVlan) {
             vids.insert(port.pvid->vid);
         }
     }
-    return vids;
+    return {vids.begin(), vids.end()};
 }
 
 } // namespace
 
 Pvids read_pvids(uint32_t chip, Failures &failures) {
-    constexpr ksl_word kUntouched = 0xFFFFFFFF; // the lower half of a word that was read is zero
     std::array<ksl_word, KSL_PORTS> words;
-    words.fill(kUntouched);
+    std::memset(words.data(), kUntouched, sizeof words);
     const int32_t code = ksl_read_VLAN_PVID_regs(chip, words.data());
-
-    Pvids pvids;
-    const auto end = std::find(words.begin(), words.end(), kUntouched);
-    std::transform(words.begin(), end, pvids.begin(), word_bytes);
-    if (code != 0) {
-        const auto failed = static_cast<uint32_t>(std::min<std::ptrdiff_t>(end - words.begin(), KSL_PORTS - 1));
-        const Failure &failure =
-            note(failures, {chip, "ksl_read_VLAN_PVID_regs", describe(registers::pvid, failed), code});
-        std::fill(pvids.begin() + (end - words.begin()), pvids.end(), failure);
+    std::vector<Target> targets;
+    for (uint32_t port = 0; port < KSL_PORTS; ++port) {
+        targets.emplace_back(registers::pvid, words[port], port);
     }
+    const std::vector<Reading> readings = readings_of(chip, "ksl_read_VLAN_PVID_regs", code, targets, failures);
+    Pvids pvids;
+    std::transform(readings.begin(), readings.end(), pvids.begin(), [](const Reading &pvid) { return pvid.bytes; });
     return pvids;
 }
 
@@ -90,39 +90,27 @@ Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures) {
 }
 
 VlanState read_vlan_enable(uint32_t chip, Failures &failures) {
-    VlanState state;
-    add_vlan_enable(state, chip, failures);
-    return state;
+    const Fact<Bytes> bytes = read(registers::vlan_enable, chip, 0, failures);
+    return {.enabled = bytes.map(decode_vlan_enable), .registers = {reading_of(registers::vlan_enable, 0, bytes)}};
 }
 
 VlanState read_pvids_of(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
-    const Pvids pvids = read_pvids(chip, failures);
     VlanState state;
-    for (const uint32_t port : ports) {
-        add_pvid(state, port, pvids[port]);
-    }
+    add_pvids(state, chip, ports, failures);
     return state;
 }
 
 VlanState read_vlan_entries(uint32_t chip, std::span<const uint32_t> vids, Failures &failures) {
     VlanState state;
-    for (const uint32_t vid : vids) {
-        add_entry(state, vid, read_vlan_entry(chip, vid, failures));
-    }
+    add_entries(state, chip, vids, failures);
     return state;
 }
 
 VlanState read_vlan_state(uint32_t chip, bool whole_table, Failures &failures) {
-    VlanState state;
-    add_vlan_enable(state, chip, failures);
-    uint32_t port = 0;
-    for (const Fact<Bytes> &pvid : read_pvids(chip, failures)) {
-        add_pvid(state, port++, pvid);
-    }
+    VlanState state = read_vlan_enable(chip, failures);
+    add_pvids(state, chip, all_ports(), failures);
     if (!whole_table) {
-        for (const uint32_t vid : vids_of(state.ports)) {
-            add_entry(state, vid, read_vlan_entry(chip, vid, failures));
-        }
+        add_entries(state, chip, vids_of(state.ports), failures);
     } else if (const Fact<VlanTable> table = read_vlan_table(chip, failures); table.is_read()) {
         for (const auto &[vid, bytes] : *table) {
             add_entry(state, vid, bytes);

@@ -9,15 +9,14 @@ namespace kslctl::hub {
 namespace {
 
 std::vector<Reading> read_settings(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
-    std::vector<Reading> readings;
-    for (const Register *const which :
-         {&registers::age_timer, &registers::mirror_control, &registers::ingress_mirror_mask,
-          &registers::egress_mirror_mask, &registers::trunk_control, &registers::trunk_group_0,
-          &registers::vlan_control_1, &registers::vlan_control_2, &registers::vlan_control_7,
-          &registers::vlan_control_8}) {
-        readings.push_back(reading_of(*which, 0, read(*which, chip, 0, failures)));
-    }
-    const std::vector<Reading> limits = read_ports(registers::learning_limit, chip, ports, failures);
+    constexpr uint32_t kChip[] = {0};
+    std::vector<Reading> readings =
+        read_ports({&registers::age_timer, &registers::mirror_control, &registers::ingress_mirror_mask,
+                    &registers::egress_mirror_mask, &registers::trunk_control, &registers::trunk_group_0,
+                    &registers::vlan_control_1, &registers::vlan_control_2, &registers::vlan_control_7,
+                    &registers::vlan_control_8},
+                   chip, kChip, failures);
+    const std::vector<Reading> limits = read_ports({&registers::learning_limit}, chip, ports, failures);
     readings.insert(readings.end(), limits.begin(), limits.end());
     return readings;
 }
@@ -42,8 +41,8 @@ std::optional<WholeChip> read_whole_chip(uint32_t chip, Failures &failures) {
     const bool is_whole = run_without_failure(
         failures,
         {[&] { found.status = read_status(chip, status, failures); }, [&] { found.pvids = read_pvids(chip, failures); },
-         [&] { found.phy_controls = read_ports(registers::phy_control, chip, ports, failures); },
-         [&] { found.port_controls = read_ports(registers::port_control, chip, ports, failures); },
+         [&] { found.phy_controls = read_ports({&registers::phy_control}, chip, ports, failures); },
+         [&] { found.port_controls = read_ports({&registers::port_control}, chip, ports, failures); },
          [&] { found.vlan_enable = read(registers::vlan_enable, chip, 0, failures); },
          [&] { found.vlans = read_vlan_table(chip, failures); },
          [&] { found.addresses = list_addresses(chip, true, failures).entries; },
