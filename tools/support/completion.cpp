@@ -42,11 +42,13 @@ std::vector<const CLI::Option *> options_for(const CLI::App *command) {
 
 // Null for a flag, and for what is no option at all.
 const CLI::Option *option_with_value(const CLI::App *command, const std::string &word) {
-    const std::vector<const CLI::Option *> options = options_for(command);
-    const auto found = std::find_if(options.begin(), options.end(), [&word](const CLI::Option *each) {
-        return each->check_name(word) && each->get_expected_min() > 0;
-    });
-    return found != options.end() ? *found : nullptr;
+    for (; command != nullptr; command = command->get_parent()) {
+        const CLI::Option *const option = command->get_option_no_throw(word);
+        if (option != nullptr) {
+            return option->get_expected_min() > 0 ? option : nullptr;
+        }
+    }
+    return nullptr;
 }
 
 // Where the last word is.
