@@ -85,32 +85,19 @@ Json settings_json(const hub::WholeChip &chip) {
     return list;
 }
 
-// Each object on its own line, so that the file can be read and compared line by line.
-std::string rows(const Json &list, std::string_view indent) {
-    std::string text;
-    for (const Json &row : list) {
-        text += fmt::format("{}\n{}  {}", text.empty() ? "" : ",", indent, row.dump());
+// Each object without lists is on a line of its own, so that the file can be read and compared line by line.
+std::string laid_out(const Json &json, const std::string &indent = "") {
+    const auto is_list = [](const Json &part) { return part.is_array(); };
+    if (json.empty() || !(json.is_array() || std::any_of(json.begin(), json.end(), is_list))) {
+        return json.dump();
     }
-    return text.empty() ? "[]" : fmt::format("[{}\n{}]", text, indent);
-}
-
-std::string member(std::string_view key, const std::string &value) {
-    return fmt::format("      \"{}\": {}", key, value);
-}
-
-std::string chip_text(const Json &chip) {
-    const Json &vlan = chip["vlan"];
-    const std::string vlan_text = fmt::format("{{\n        \"enabled\": {},\n        \"entries\": {}\n      }}",
-                                              vlan["enabled"].dump(), rows(vlan["entries"], "        "));
-    const std::string members[] = {
-        member("chip", chip["chip"].dump()),
-        member("mode", chip["mode"].dump()),
-        member("ports", rows(chip["ports"], "      ")),
-        member("vlan", vlan_text),
-        member("addresses", rows(chip["addresses"], "      ")),
-        member("registers", rows(chip["registers"], "      ")),
-    };
-    return fmt::format("    {{\n{}\n    }}", fmt::join(members, ",\n"));
+    const std::string inner = indent + "  ";
+    std::vector<std::string> parts;
+    for (const auto &[key, part] : json.items()) {
+        parts.push_back(inner + (json.is_object() ? fmt::format("\"{}\": ", key) : "") + laid_out(part, inner));
+    }
+    const std::string text = fmt::format("\n{}\n{}", fmt::join(parts, ",\n"), indent);
+    return json.is_object() ? "{" + text + "}" : "[" + text + "]";
 }
 
 } // namespace
@@ -125,10 +112,7 @@ Json scenario_of_chip(const hub::WholeChip &chip) {
 }
 
 std::string scenario_text(const Json &chips) {
-    std::vector<std::string> texts;
-    std::transform(chips.begin(), chips.end(), std::back_inserter(texts), chip_text);
-    return fmt::format("{{\n  \"name\": \"hub that kslctl looked at\",\n  \"chips\": [\n{}\n  ]\n}}\n",
-                       fmt::join(texts, ",\n"));
+    return laid_out({{"name", "hub that kslctl looked at"}, {"chips", chips}}) + "\n";
 }
 
 std::string expectation_text(const hub::VlanSettings &settings) {
