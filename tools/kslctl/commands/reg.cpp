@@ -2,7 +2,7 @@
 // reg get, reg set, reg dump: any register, for debugging.
 #include "kslctl/commands/command.h"
 #include "kslctl/hub/any_register.h"
-#include "kslctl/views/any_register.h"
+#include "kslctl/views/changes.h"
 
 #include <algorithm>
 #include <charconv>

@@ -10,4 +10,7 @@ namespace kslctl::views {
 // With `raw` the values are bytes.
 Shown changes(const hub::Changes &changes, bool raw, const Style &style);
 
+// Of one register by its place, always as bytes.
+Shown register_change(const hub::Changes &changes, const Style &style);
+
 } // namespace kslctl::views

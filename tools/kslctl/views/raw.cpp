@@ -11,6 +11,11 @@ namespace {
 
 using hub::Reading;
 
+const Column<Reading> kPage{"page", "page", Align::left, [](const Reading &r) { return place(r.page); }};
+const Column<Reading> kOffset{"offset", "offset", Align::left, [](const Reading &r) { return place(r.offset); }};
+const Column<Reading> kLength{nullptr, "length", Align::left, [](const Reading &r) { return number(r.length); }};
+const Column<Reading> kBytes{"bytes", "bytes", Align::left, [](const Reading &r) { return bytes(r.bytes, r.length); }};
+
 const Columns<Reading> kColumns = {
     {"register", "register", Align::left,
      [](const Reading &r) {
@@ -20,9 +25,9 @@ const Columns<Reading> kColumns = {
      [](const Reading &r) {
          return Cell{r.of ? fmt::format("{} {}", r.of->first, r.of->second) : "chip", {}};
      }},
-    {"page", "page", Align::left, [](const Reading &r) { return place(r.page); }},
-    {"offset", "offset", Align::left, [](const Reading &r) { return place(r.offset); }},
-    {"bytes", "bytes", Align::left, [](const Reading &r) { return bytes(r.bytes, r.length); }},
+    kPage,
+    kOffset,
+    kBytes,
 };
 
 // The key says what the register belongs to: "port", "entry". It comes after the name.
@@ -58,6 +63,19 @@ Shown raw(const std::vector<Reading> &readings, const Style &style) {
         list.push_back(object_of(reading));
     }
     return {{{"registers", list}}, table(kColumns, readings, style)};
+}
+
+Shown register_bytes(const Reading &reading, const Style &style) {
+    const Columns<Reading> columns = {kPage, kOffset, kLength, kBytes};
+    return {object(columns, reading), style.value(kBytes.cell(reading).text) + "\n"};
+}
+
+Shown dumped_registers(const hub::Fact<std::vector<Reading>> &registers, const Style &style) {
+    const Columns<Reading> columns = {kPage, kOffset, kBytes};
+    const Cell shown = cell(registers, [&](const std::vector<Reading> &readings) {
+        return Cell{table(columns, readings, style), objects(columns, readings)};
+    });
+    return {{{"registers", shown.json}}, registers.is_read() ? shown.text : style.value(shown.text) + "\n"};
 }
 
 } // namespace kslctl::views

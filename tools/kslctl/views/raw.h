@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Registers as bytes, for --raw of every command.
+// Registers as bytes: for --raw of every command, and by their places.
 #pragma once
 
 #include "kslctl/hub/registers.h"
@@ -15,6 +15,11 @@ Cell place(uint32_t number);
 // The cell of that many bytes.
 Cell bytes(const hub::Fact<hub::Bytes> &bytes, size_t length);
 
+// Registers by their names.
 Shown raw(const std::vector<hub::Reading> &readings, const Style &style);
+
+// Registers by their places.
+Shown register_bytes(const hub::Reading &reading, const Style &style);
+Shown dumped_registers(const hub::Fact<std::vector<hub::Reading>> &registers, const Style &style);
 
 } // namespace kslctl::views

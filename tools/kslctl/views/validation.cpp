@@ -2,7 +2,6 @@
 #include "kslctl/views/validation.h"
 
 #include "kslctl/views/listing.h"
-#include "kslctl/views/raw.h"
 #include "kslctl/views/values.h"
 #include "kslctl/views/vlans.h"
 
@@ -35,16 +34,14 @@ bool is_no(const hub::Verdict &verdict) {
 struct PvidRow {
     const Comparison &port;
     bool raw;
-};
 
-Cell pvid_cell(const PvidRow &row, const Fact<Bytes> &fact) {
-    return row.raw ? bytes(fact, hub::registers::pvid.place.length) : cell(fact.map(hub::decode_pvid), pvid);
-}
+    Cell cell_of(const Fact<Bytes> &fact) const { return value_or_bytes(hub::registers::pvid, fact, raw); }
+};
 
 const Columns<PvidRow> kPvidColumns = {
     {"port", "port", Align::right, [](const PvidRow &row) { return number(row.port.of); }},
-    {"expected", "expected", Align::left, [](const PvidRow &row) { return pvid_cell(row, row.port.expected); }},
-    {"found", "found", Align::left, [](const PvidRow &row) { return pvid_cell(row, row.port.found); }},
+    {"expected", "expected", Align::left, [](const PvidRow &row) { return row.cell_of(row.port.expected); }},
+    {"found", "found", Align::left, [](const PvidRow &row) { return row.cell_of(row.port.found); }},
     {nullptr, "same", Align::left, [](const PvidRow &row) { return boolean(row.port.same); }},
 };
 
@@ -53,25 +50,16 @@ const Columns<PvidRow> kPvidColumns = {
 struct EntryRow {
     const VlanValidation &vlan;
     bool raw;
+
+    Cell cell_of(const Fact<Bytes> &fact) const { return value_or_bytes(hub::registers::vlan_table_entry, fact, raw); }
 };
-
-Fact<ksl_vlan_entry> decode(const Fact<Bytes> &fact) {
-    return fact.map([](const Bytes &entry) { return ksl_decode_vlan_entry(entry.data()); });
-}
-
-Cell entry_cell(const EntryRow &row, const Fact<Bytes> &fact) {
-    if (row.raw || !fact.is_read()) {
-        return bytes(fact, hub::registers::vlan_table_entry.place.length);
-    }
-    return {{}, vlan_entry(decode(fact))};
-}
 
 const Columns<EntryRow> kEntryColumns = {
     {nullptr, "vid", Align::left, [](const EntryRow &row) { return number(row.vlan.entry.of); }},
     {nullptr, "verdict", Align::left, [](const EntryRow &row) { return verdict(row.vlan.verdict); }},
     {nullptr, "named", Align::left, [](const EntryRow &row) { return boolean(row.vlan.named); }},
-    {"expected", "expected", Align::left, [](const EntryRow &row) { return entry_cell(row, row.vlan.entry.expected); }},
-    {"found", "found", Align::left, [](const EntryRow &row) { return entry_cell(row, row.vlan.entry.found); }},
+    {"expected", "expected", Align::left, [](const EntryRow &row) { return row.cell_of(row.vlan.entry.expected); }},
+    {"found", "found", Align::left, [](const EntryRow &row) { return row.cell_of(row.vlan.entry.found); }},
 };
 
 // Where two pictures differ; no blanks at the end.
@@ -109,7 +97,8 @@ std::string pictures(const ksl_vlan_entry &expected, const ksl_vlan_entry &found
 std::string text_of(const EntryRow &row, const Style &style) {
     const Comparison &entry = row.vlan.entry;
     const ksl_vlan_entry expected = ksl_decode_vlan_entry(entry.expected.data());
-    const Fact<ksl_vlan_entry> found = decode(entry.found);
+    const Fact<ksl_vlan_entry> found =
+        entry.found.map([](const Bytes &bytes) { return ksl_decode_vlan_entry(bytes.data()); });
     std::string text = fmt::format("VLAN {}  {}\n", entry.of, verdict(row.vlan.verdict).text);
     if (!row.vlan.named && found.is_read()) {
         text += "The configuration does not name this VLAN, so its last entry was taken, if there is any.\n";

@@ -3,6 +3,7 @@
 
 #include "kslctl/hub/forwarding.h"
 #include "kslctl/views/raw.h"
+#include "kslctl/views/vlans.h"
 
 #include <fmt/core.h>
 #include <ksl/decode.h>
@@ -28,7 +29,12 @@ Cell mirror_control(const hub::Bytes &bytes) {
             {{"enabled", enabled}, {"capture_ports", ports}}};
 }
 
-// Every register that a command changes has a row.
+Cell pvid(const hub::Bytes &bytes) {
+    const auto [vid, priority] = hub::decode_pvid(bytes);
+    return {fmt::format("VLAN {}, priority {}", vid, priority), {{"vid", vid}, {"priority", priority}}};
+}
+
+// Every register that a command changes or compares has a row.
 constexpr RegisterValue kValues[] = {
     {&hub::registers::port_control,
      [](const hub::Bytes &bytes) { return port_control(hub::decode_port_control(bytes)); }},
@@ -38,7 +44,11 @@ constexpr RegisterValue kValues[] = {
     {&hub::registers::ingress_mirror_mask, port_mask},
     {&hub::registers::egress_mirror_mask, port_mask},
     {&hub::registers::learning_limit, [](const hub::Bytes &bytes) { return number(hub::decode_learning(bytes)); }},
-    {&hub::registers::pvid, [](const hub::Bytes &bytes) { return pvid(hub::decode_pvid(bytes)); }},
+    {&hub::registers::pvid, pvid},
+    {&hub::registers::vlan_table_entry,
+     [](const hub::Bytes &bytes) {
+         return Cell{{}, vlan_entry(ksl_decode_vlan_entry(bytes.data()))};
+     }},
 };
 
 Cell duplex_cell(hub::Duplex duplex) {
@@ -80,11 +90,6 @@ Cell phy_control(const hub::PhyControl &phy) {
              {"reset", phy.reset}}};
 }
 
-Cell pvid(const hub::Pvid &pvid) {
-    return {fmt::format("VLAN {}, priority {}", pvid.vid, pvid.priority),
-            {{"vid", pvid.vid}, {"priority", pvid.priority}}};
-}
-
 Cell value_of(const hub::Register &which, const hub::Bytes &bytes) {
     for (const RegisterValue &value : kValues) {
         if (value.which == &which) {
@@ -93,6 +98,11 @@ Cell value_of(const hub::Register &which, const hub::Bytes &bytes) {
     }
     const std::string text = hex(bytes, which.place.length);
     return {text, text};
+}
+
+Cell value_or_bytes(const hub::Register &which, const hub::Fact<hub::Bytes> &fact, bool raw) {
+    return raw ? bytes(fact, which.place.length)
+               : cell(fact, [&](const hub::Bytes &known) { return value_of(which, known); });
 }
 
 } // namespace kslctl::views

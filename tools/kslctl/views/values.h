@@ -11,13 +11,13 @@ namespace kslctl::views {
 Cell port_control(hub::PortControl control);
 Cell phy_control(const hub::PhyControl &phy);
 
-Cell pvid(const hub::Pvid &pvid);
-
 Cell link(const hub::PortStatus &port);
 Cell speed(const hub::PortStatus &port);
 Cell duplex(const hub::PortStatus &port);
 
-// The value of any register that a change writes.
+// The value of any register that is changed or compared.
 Cell value_of(const hub::Register &which, const hub::Bytes &bytes);
+// The same of a fact, or with `raw` its bytes.
+Cell value_or_bytes(const hub::Register &which, const hub::Fact<hub::Bytes> &fact, bool raw);
 
 } // namespace kslctl::views
