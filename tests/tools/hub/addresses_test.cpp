@@ -57,16 +57,39 @@ TEST_F(AddressTable, AFailureIsNoted) {
     EXPECT_EQ(failures[0], (Failure{0, "ksl_read_ARL_table", "address table", 17}));
 }
 
-TEST_F(AddressTable, AWalkReportsNoFailure) {
-    // The walk continues only while it reads the mark of another entry.
-    for (const char *const fault : {"setreg page=5 offset=0x24 code=17", "getreg page=5 offset=0x24 code=17"}) {
+TEST_F(AddressTable, AWalkThatCannotBeStartedFindsNothing) {
+    // It continues only while it reads the mark of another entry, and the library reports no failure.
+    open("setreg page=5 offset=0x24 code=17");
+    Failures failures;
+    const Addresses addresses = walk_addresses(1, failures);
+    EXPECT_TRUE(addresses.whole);
+    EXPECT_THAT(addresses.entries, IsEmpty());
+    EXPECT_THAT(failures, IsEmpty());
+}
+
+TEST_F(AddressTable, AWalkIsNotWholeIfItsRegisterCannotBeReadBeforeOrAfterIt) {
+    // Each of the three entries takes two reads, the end another one.
+    for (const auto &[fault, entries] :
+         {std::pair{"getreg page=5 offset=0x24 code=17", 0}, {"getreg page=5 offset=0x24 nth=9 code=17", 3}}) {
         open(fault);
         Failures failures;
         const Addresses addresses = walk_addresses(1, failures);
-        EXPECT_TRUE(addresses.whole) << fault;
-        EXPECT_THAT(addresses.entries, IsEmpty()) << fault;
-        EXPECT_THAT(failures, IsEmpty()) << fault;
+        EXPECT_FALSE(addresses.whole) << fault;
+        EXPECT_THAT(addresses.entries, SizeIs(entries)) << fault;
+        ASSERT_THAT(failures, SizeIs(1)) << fault;
+        EXPECT_EQ(failures[0].code, 17) << fault;
+        EXPECT_EQ(failures[0].about, "address entry (page 0x05, offset 0x24)") << fault;
     }
+}
+
+TEST_F(AddressTable, AnEntryWhoseAccessFailsIsTheOneBefore) {
+    open("getreg page=5 offset=0x24 nth=5 code=17 once");
+    Failures failures;
+    EXPECT_TRUE(repeats_an_entry(walk_addresses(1, failures)));
+    EXPECT_THAT(failures, IsEmpty());
+    open();
+    EXPECT_FALSE(repeats_an_entry(walk_addresses(1, failures)));
+    EXPECT_FALSE(repeats_an_entry(list_addresses(1, true, failures))); // it has no bytes to compare
 }
 
 TEST_F(AddressTable, ASearchWhoseFirstAccessesFailFindsNothing) {

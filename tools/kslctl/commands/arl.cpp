@@ -73,7 +73,7 @@ const Way *parse_way(const std::string &text) {
 struct Arguments {
     const Way *way = &kList;
     std::string mac = "*";
-    bool all_ports = false;
+    bool until_hidden = false;
     NumberSet ports;
     NumberSet vids;
 };
@@ -88,10 +88,15 @@ bool is_wanted(const hub::Address &address, const Arguments &arguments) {
 }
 
 views::Shown show_chip(Context &context, uint32_t chip, const Arguments &arguments) {
-    hub::Addresses addresses = arguments.way->read(chip, arguments.all_ports, context.failures);
+    hub::Addresses addresses = arguments.way->read(chip, !arguments.until_hidden, context.failures);
     if (arguments.way == &kWalk && addresses.whole && addresses.entries.empty()) {
-        Report::note(fmt::format("chip {}: the walk found no address; the library does not report whether the table is "
-                                 "empty or could not be read",
+        Report::note(fmt::format("chip {}: the walk found no address; the library does not report a walk that could "
+                                 "not be started",
+                                 chip));
+    }
+    if (arguments.way == &kWalk && hub::repeats_an_entry(addresses)) {
+        Report::note(fmt::format("chip {}: the walk found the same entry twice in a row, as after an access that "
+                                 "failed; \"kslctl arl search\" reports those",
                                  chip));
     }
     std::erase_if(addresses.entries, [&](const hub::Address &address) { return !is_wanted(address, arguments); });
@@ -99,22 +104,21 @@ views::Shown show_chip(Context &context, uint32_t chip, const Arguments &argumen
         return views::raw(hub::registers_of(addresses), context.style);
     }
     const views::Shown table = views::addresses(addresses, arguments.way == &kSearch, context.style);
-    views::Shown shown{{{"way", arguments.way->name}, {"all_ports", arguments.way != &kList || arguments.all_ports}},
-                       table.text};
+    views::Shown shown{{{"way", arguments.way->name}, {"all_ports", !arguments.until_hidden}}, table.text};
     shown.json.update(table.json);
     return shown;
 }
 
 Result run(Context &context, const Arguments &arguments) {
-    if (arguments.way == &kList && !arguments.all_ports) {
-        Report::note("without --all-ports the list ends before the first address at port 0 or 1, whatever follows it");
+    if (arguments.until_hidden) {
+        Report::note("with --until-hidden the list ends before the first address at port 0 or 1, whatever follows it");
     }
     return of_each_chip(context, [&](uint32_t chip) { return show_chip(context, chip, arguments); });
 }
 
 void check(Options &options, const Arguments &arguments) {
-    if (arguments.all_ports && arguments.way != &kList) {
-        throw UsageError("--all-ports is for \"arl list\"; walk and search always find the addresses of all ports");
+    if (arguments.until_hidden && arguments.way != &kList) {
+        throw UsageError("--until-hidden is for \"arl list\"; walk and search always find the addresses of all ports");
     }
     if (!arguments.vids.empty() && arguments.way != &kSearch) {
         throw UsageError("--vid is for \"arl search\", the only way that reads the VLANs of addresses");
@@ -128,10 +132,11 @@ constexpr NumberKind kTablePorts{"port of the address table", 0, 31};
 constexpr NumberKind kTableVlans{"VLAN id", 0, 4095};
 
 constexpr char kHelp[] = R"(The ways to read the table:
-  list    the whole table in one request. Without --all-ports the library ends
+  list    the whole table in one request. With --until-hidden the library ends
           it before the first address at port 0 or 1, whatever follows it
   walk    entry by entry (page 0x05, offset 0x24). The library does not report
-          an access that fails
+          an access that fails; so kslctl reads the register once more before
+          and after
   search  by the chip's search engine (page 0x05, offsets 0x20, 0x24 and 0x2c),
           with VLANs. It continues until the chip ends it
 A walk or search that finds no end is given up.
@@ -157,7 +162,7 @@ void add_arl_commands(Commands &commands) {
         .raw_schema = 2,
     });
     add_parsed(arl, "WAY", arguments.way, parse_way, "list, walk or search; default: list");
-    arl.add_flag("--all-ports", arguments.all_ports, "List the whole table");
+    arl.add_flag("--until-hidden", arguments.until_hidden, "List up to the first address at port 0 or 1");
     add_parsed(arl, "--mac", arguments.mac, parse_pattern, "Addresses that match the pattern")->type_name("PATTERN");
     add_list(arl, "--port", arguments.ports, kTablePorts, "Addresses at these ports")->type_name("N");
     add_list(arl, "--vid", arguments.vids, kTableVlans, "Addresses in these VLANs")->type_name("N");

@@ -71,12 +71,25 @@ Addresses list_addresses(uint32_t chip, bool all_ports, Failures &failures) {
 }
 
 Addresses walk_addresses(uint32_t chip, Failures &failures) {
+    const auto chip_answers = [&] { return read(registers::address_entry, chip, 0, failures).is_read(); };
+    if (!chip_answers()) {
+        return {{}, false};
+    }
     Addresses addresses;
     addresses.entries.reserve(kRoom);
     walked = &addresses.entries;
     const bool ended = call_bounded([chip] { __KSL_READ_ARL_TABLE(chip, take_walked_entry); });
     walked = nullptr;
-    return ended ? addresses : endless(chip, "__KSL_READ_ARL_TABLE", failures);
+    if (!ended) {
+        return endless(chip, "__KSL_READ_ARL_TABLE", failures);
+    }
+    addresses.whole = chip_answers();
+    return addresses;
+}
+
+bool repeats_an_entry(const Addresses &addresses) {
+    const auto same = [](const Address &one, const Address &next) { return one.entry && one.entry == next.entry; };
+    return std::adjacent_find(addresses.entries.begin(), addresses.entries.end(), same) != addresses.entries.end();
 }
 
 Addresses search_addresses(uint32_t chip, Failures &failures) {

@@ -27,8 +27,10 @@ struct Addresses {
 
 // In one request. Without `all_ports`, the table ends before the first address at port 0 or 1.
 Addresses list_addresses(uint32_t chip, bool all_ports, Failures &failures);
-// Entry by entry. The library does not report an access that fails.
+// Entry by entry. The library does not report an access that fails, so the register is read once more before and after.
 Addresses walk_addresses(uint32_t chip, Failures &failures);
+// Whether two entries in a row are the same, as after an access in between that failed.
+bool repeats_an_entry(const Addresses &addresses);
 // By the chip's search engine, with VLAN ids. After a failure, those before it are there.
 Addresses search_addresses(uint32_t chip, Failures &failures);
 
