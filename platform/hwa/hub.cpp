@@ -49,15 +49,19 @@ public:
             description_ = "simulated hub \"" + scenario_.name + "\" (" +
                            (path.empty() ? "built-in scenario" : "scenario " + path) + "), state " + state_->path();
         } catch (const std::exception &problem) {
-            give_up(problem.what());
+            // Every access fails: another hub than the requested one would mislead.
+            state_.reset();
+            description_ = std::string("simulated hub, unusable: ") + problem.what();
+            report(problem.what());
         }
     }
 
-    // From now on every access fails: another hub than the requested one would mislead.
-    void give_up(const std::string &reason) {
-        state_.reset();
-        description_ = "simulated hub, unusable: " + reason;
-        complain("unusable: " + reason);
+    // Says why accesses fail, once for each reason. A state can become usable again.
+    void report(const std::string &reason) {
+        if (reason != reported_) {
+            reported_ = reason;
+            complain("unusable: " + reason);
+        }
     }
 
     StateFile *state() { return state_.get(); }
@@ -73,6 +77,7 @@ private:
     Clock clock_;
     std::unique_ptr<StateFile> state_;
     std::string description_;
+    std::string reported_;
 };
 
 // Guards the hub below between threads; the state's own lock works between processes.
@@ -139,7 +144,7 @@ int32_t run(const Access &access, Describe describe, Work work) noexcept {
                 result = effects.code ? *effects.code : work(*hub().state(), effects, answer);
             } catch (const std::exception &problem) {
                 answer.clear();
-                hub().give_up(problem.what());
+                hub().report(problem.what());
             }
         }
         if (hub().log().is_on()) {
@@ -171,7 +176,10 @@ int32_t perform(const Access &access, Describe describe, FunctionRef<int32_t(con
 
 int32_t perform_without_chip(Entry entry, Describe describe, FunctionRef<int32_t()> work) noexcept {
     return run({.entry = entry, .chip = {}, .page = {}, .offset = {}}, describe,
-               [&](StateFile &, const Effects &, std::string &) { return work(); });
+               [&](StateFile &state, const Effects &, std::string &) {
+                   const Transaction transaction(state); // no answer from a hub that cannot be used
+                   return work();
+               });
 }
 
 int32_t read_access(Entry entry, uint8_t chip, uint8_t page, uint8_t offset, uint32_t length, uint8_t *buffer,

@@ -14,11 +14,6 @@ constexpr uint8_t kStart = 0x80;
 constexpr uint8_t kMore = 0x80;  // a walk has another entry; a search goes on
 constexpr uint8_t kFound = 0x01; // the search has a result
 
-// The first look and each one after so many results finds nothing yet.
-constexpr uint64_t kResultsAtOnce = 4;
-
-enum Mode : uint8_t { kIdle, kWalking, kSearching };
-
 void store(Transaction &transaction, const TableAccessImage &access, const ScanImage &scan,
            const AddressImage &result) {
     transaction.store(access.scan.index, scan.index);
@@ -29,7 +24,7 @@ void store(Transaction &transaction, const TableAccessImage &access, const ScanI
     transaction.store(access.result.vid, result.vid);
 }
 
-void begin(Transaction &transaction, const ChipImage &chip, Mode mode) {
+void begin(Transaction &transaction, const ChipImage &chip, TableAccessMode mode) {
     const TableAccessImage &access = chip.table_access;
     transaction.store(access.mode, mode);
     transaction.store(access.looks, 0);

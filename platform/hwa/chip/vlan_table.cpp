@@ -9,15 +9,11 @@ namespace hwa {
 namespace {
 
 // First byte of the command. The others mean nothing.
-constexpr uint8_t kStart = 0x80; // reads as 0: the command is carried out at once
 constexpr uint8_t kWriteEntry = 0x80;
 constexpr uint8_t kReadEntry = 0x81;
 
 // Selects the VLAN table in the address; the other bits are the VLAN id.
 constexpr uint64_t kTable = 0x002000;
-
-// The table does not store bits 60 to 63 of an entry.
-constexpr uint8_t kFirstByte = 0x0F;
 
 void deliver(std::span<const uint8_t> value, std::span<uint8_t> bytes) {
     std::copy_n(value.begin(), std::min(value.size(), bytes.size()), bytes.begin());
@@ -44,14 +40,14 @@ void write_command(Transaction &transaction, const ChipImage &chip, std::span<co
     const VlanImage &vlan = chip.vlan;
     take(transaction, vlan.command, bytes);
     const uint8_t command = vlan.command[0];
-    transaction.store(vlan.command[0], static_cast<uint8_t>(command & ~kStart));
+    transaction.store(vlan.command[0], static_cast<uint8_t>(command & ~kVlanStart));
     const VlanEntry *const entry = addressed(vlan);
     if (command == kReadEntry) {
         take(transaction, vlan.entry, entry != nullptr ? *entry : VlanEntry{});
     }
     if (command == kWriteEntry && entry != nullptr) {
         take(transaction, *entry, vlan.entry);
-        transaction.store(entry->front(), entry->front() & kFirstByte);
+        transaction.store(entry->front(), entry->front() & kVlanFirstByte);
     }
 }
 

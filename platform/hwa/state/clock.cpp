@@ -4,6 +4,7 @@
 #include "problem.h"
 #include "state/transaction.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <string>
@@ -42,7 +43,8 @@ void Clock::advance(Transaction &transaction, const ChipImage &chip) const {
         passed = before != 0 && after > before ? after - before : 0; // the clock may have been set back
         transaction.store(chip.seen, to_bytes<8>(after));
     }
-    transaction.store(chip.time, to_bytes<8>(time_of(chip) + passed));
+    // At the end of time it stops: going round, links would have come in the future.
+    transaction.store(chip.time, to_bytes<8>(time_of(chip) + std::min(passed, UINT64_MAX - time_of(chip))));
 }
 
 } // namespace hwa

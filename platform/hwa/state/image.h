@@ -45,15 +45,24 @@ struct ScanImage {
     std::array<std::array<uint8_t, 2>, kPorts> learned; // addresses of each port so far
 };
 
+enum TableAccessMode : uint8_t { kIdle, kWalking, kSearching };
+
+// The first look of a search and each one after so many results finds nothing yet.
+inline constexpr uint64_t kResultsAtOnce = 4;
+
 // The walk or search of the address table that is under way.
 struct TableAccessImage {
-    uint8_t mode;
+    uint8_t mode; // TableAccessMode
     uint8_t looks;
     ScanImage scan;
     AddressImage result;
 };
 
 using VlanEntry = std::array<uint8_t, 8>;
+inline constexpr uint8_t kVlanFirstByte = 0x0F; // the table does not store bits 60 to 63 of an entry
+
+// In the first byte of the command. It reads as 0, for the command is carried out at once.
+inline constexpr uint8_t kVlanStart = 0x80;
 
 // The VLAN table and the registers through which it is reached.
 struct VlanImage {

@@ -3,6 +3,7 @@
 
 #include "chip/reset.h"
 #include "problem.h"
+#include "state/damage.h"
 
 #include <atomic>
 #include <cerrno>
@@ -97,16 +98,22 @@ void StateFile::unlock() {
 }
 
 void StateFile::repair(bool whole) {
-    whole = whole && image_->magic == kMagic;
-    if (whole && settled_ && !is_ours()) {
+    const bool built = whole && image_->magic == kMagic;
+    if (built && settled_ && !is_ours()) {
         throw Unusable("another process started the state " + path() +
                        " anew from another scenario; start this program again, or give each its own HWA_SIM_DIR");
     }
-    if (!whole || !is_ours()) {
+    if (whole && !built && !is_unfinished(*image_)) {
+        refuse_damage("its first bytes");
+    }
+    if (!built || !is_ours()) {
         build();
     }
     settled_ = true;
-    if (image_->resetting != 0 && image_->resetting <= scenario_.chips.size()) {
+    if (const char *const part = damaged_part(*image_, scenario_.chips.size())) {
+        refuse_damage(part);
+    }
+    if (image_->resetting != 0) {
         reset_chip(image_->resetting - 1U);
     }
     roll_back();
@@ -135,6 +142,25 @@ void StateFile::build() {
     image_->magic = kMagic;
 }
 
+void StateFile::refuse_damage(const std::string &part) const {
+    throw Unusable("the state " + path() + " is damaged (" + part + "); delete it, and the hub starts anew");
+}
+
+const ChipImage *StateFile::chip(uint32_t number) const {
+    for (size_t i = 0; i < scenario_.chips.size(); ++i) {
+        const ChipImage &start = scenario_.chips[i];
+        if (start.number != number) {
+            continue;
+        }
+        const ChipImage &chip = image_->chips[i];
+        if (const char *const part = damaged_part(chip, start)) {
+            refuse_damage("chip " + std::to_string(number) + ": " + part);
+        }
+        return &chip;
+    }
+    return nullptr;
+}
+
 void StateFile::store(const uint8_t &place, uint8_t value) {
     uint8_t *const bytes = reinterpret_cast<uint8_t *>(image_);
     const auto position = static_cast<size_t>(&place - bytes);
@@ -155,14 +181,11 @@ void StateFile::commit() {
 }
 
 void StateFile::roll_back() {
-    while (image_->note_count != 0) {
-        const UndoNote &note = image_->notes[image_->note_count - 1U];
-        const uint64_t position = from_bytes(note.position);
-        if (position < sizeof(HubImage)) {
-            reinterpret_cast<uint8_t *>(image_)[position] = note.old_value;
-        }
+    for (uint8_t count = image_->note_count; count > 0; --count) {
+        const UndoNote &note = image_->notes[count - 1U];
+        reinterpret_cast<uint8_t *>(image_)[from_bytes(note.position)] = note.old_value;
         in_order();
-        --image_->note_count;
+        image_->note_count = static_cast<uint8_t>(count - 1);
         in_order();
     }
 }

@@ -11,7 +11,8 @@ namespace hwa {
 // The state survives a process that is killed in the middle of a change. Each byte's old value is noted before the
 // byte is overwritten, and the notes are dropped when the change is complete. The next process that finds notes puts
 // the old values back. The reset of a chip is too long for notes: it is marked, and done again. A file that was not
-// built to the end has no magic and is built anew. Counts and marks are single bytes, so none is ever half-written.
+// built to the end has no magic and is built anew. A state that is damaged is left as it is. Counts and marks are
+// single bytes, so none is ever half-written.
 struct UndoNote {
     std::array<uint8_t, 4> position; // in HubImage
     uint8_t old_value;
@@ -53,6 +54,9 @@ public:
     // Gives the file up; the next lock() opens it again. A forked child must do so, as it shares its parent's lock.
     void close();
 
+    // The chip of a number in the locked state; null if the hub has none. Throws Unusable.
+    const ChipImage *chip(uint32_t number) const;
+
     // Changes of the locked state: bytes of it one by one, which count when they are committed, or a whole chip.
     void store(const uint8_t &place, uint8_t value);
     void commit();
@@ -64,6 +68,7 @@ private:
     bool is_ours() const;
     void repair(bool whole);
     void build();
+    [[noreturn]] void refuse_damage(const std::string &part) const;
 
     std::string folder_;
     const Scenario &scenario_;

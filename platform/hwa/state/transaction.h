@@ -17,15 +17,8 @@ public:
         state_.unlock();
     }
 
-    // The chip of a number, or null.
-    const ChipImage *chip(uint32_t number) const {
-        for (const ChipImage &chip : hub_.chips) {
-            if (chip.present != 0 && chip.number == number) {
-                return &chip;
-            }
-        }
-        return nullptr;
-    }
+    // The chip of a number, or null. Throws Unusable.
+    const ChipImage *chip(uint32_t number) const { return state_.chip(number); }
 
     // Changes one byte of a chip.
     void store(const uint8_t &place, uint8_t value) { state_.store(place, value); }
