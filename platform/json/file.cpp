@@ -48,7 +48,7 @@ std::string text_of_file(const std::string &path, Files files) {
         throw Unusable(path + " is not a regular file");
     }
     std::string text;
-    std::array<char, 16384> block;
+    std::array<char, 4096> block;
     ssize_t got = 0;
     while (text.size() <= kLongestText && (got = read(file.descriptor(), block.data(), block.size())) != 0) {
         if (got > 0) {

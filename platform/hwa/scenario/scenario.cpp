@@ -32,7 +32,7 @@ Scenario parse_scenario(std::string_view text) {
         name.refuse("must be one line of text");
     }
     const std::vector<Node> chips = root.required("chips").list(kMaxChips);
-    scenario.chips.resize(chips.size(), ChipImage{});
+    scenario.chips.resize(chips.size()); // all zero, and never on the stack: a chip is large
     std::set<unsigned> numbers;
     for (size_t i = 0; i < chips.size(); ++i) {
         read_chip(chips[i], scenario.chips[i], numbers);
