@@ -80,15 +80,25 @@ std::string state_folder() {
 }
 
 File open_private(const std::string &folder, const char *name) {
-    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-        refuse(folder, "cannot be made (" + system_error(errno) + ")");
+    // Another process may remove the folder again and again, but not always between two calls.
+    for (int tries_left = 1000;; --tries_left) {
+        const auto went_away = [&](const File &file) { return !file && errno == ENOENT && tries_left > 0; };
+        if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+            refuse(folder, "cannot be made (" + system_error(errno) + ")");
+        }
+        const File directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (went_away(directory)) {
+            continue;
+        }
+        check(directory, folder, S_IFDIR, "a folder");
+        // Not waiting keeps a pipe of that name from stopping the program.
+        File file(openat(directory.get(), name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+        if (went_away(file)) {
+            continue;
+        }
+        check(file, folder + "/" + name, S_IFREG, "a file");
+        return file;
     }
-    const File directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    check(directory, folder, S_IFDIR, "a folder");
-    // Not waiting keeps a pipe of that name from stopping the program.
-    File file(openat(directory.get(), name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-    check(file, folder + "/" + name, S_IFREG, "a file");
-    return file;
 }
 
 } // namespace hwa

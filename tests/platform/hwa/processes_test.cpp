@@ -181,5 +181,47 @@ TEST_F(HubProcesses, AKilledWriterDoesNoHarm) {
     }
 }
 
+TEST_F(HubProcesses, AHubWhosePlaceWasAwayIsUsableAgain) {
+    std::filesystem::create_directory(folder / "place");
+    set("HWA_SIM_DIR", folder / "place/state");
+    const Library library;
+    EXPECT_THAT(library.get(0, 0, 1), ElementsAre(3));
+    std::filesystem::remove_all(folder / "place");
+    StderrCapture capture;
+    EXPECT_THAT(library.get(0, 0, 1), ElementsAre());
+    EXPECT_THAT(library.get(0, 0, 1), ElementsAre());
+    EXPECT_EQ(capture.text(), "simulated hub: unusable: the state's place " + (folder / "place/state") +
+                                  " cannot be made (No such file or directory); set HWA_SIM_DIR to a folder of your "
+                                  "own\n");
+    std::filesystem::create_directory(folder / "place");
+    EXPECT_THAT(library.get(0, 0, 1), ElementsAre(3));
+}
+
+TEST_F(HubProcesses, FoldersThatGoAwayAreMadeAgain) {
+    std::vector<pid_t> users;
+    for (unsigned user = 0; user < kUsers; ++user) {
+        users.push_back(start_child([] {
+            const Library library;
+            const auto end = std::chrono::steady_clock::now() + 3 * kWhile;
+            while (std::chrono::steady_clock::now() < end) {
+                std::array<uint8_t, 1> byte{};
+                if (library.get(0, 0, 0, 1, byte.data()) != 0 || byte[0] != 3) {
+                    return 1;
+                }
+            }
+            return 0;
+        }));
+    }
+    const auto end = std::chrono::steady_clock::now() + 3 * kWhile;
+    while (std::chrono::steady_clock::now() < end) {
+        std::error_code problem; // a user may have made a file in it meanwhile
+        std::filesystem::remove_all(folder / "state", problem);
+    }
+    for (const pid_t user : users) {
+        EXPECT_EQ(finish(user), 0);
+    }
+    EXPECT_THAT(Library().get(0, 0, 1), ElementsAre(3));
+}
+
 } // namespace
 } // namespace hwa_test
