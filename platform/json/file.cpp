@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -15,9 +16,8 @@ namespace {
 
 class File {
 public:
-    // A pipe without a writer is not waited for where it would be refused.
-    File(const std::string &path, Files files)
-        : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | (files == Files::regular ? O_NONBLOCK : 0))) {}
+    // A pipe is opened at once, also without a writer.
+    explicit File(const std::string &path) : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
     File(const File &) = delete;
     File &operator=(const File &) = delete;
     ~File() {
@@ -36,10 +36,16 @@ private:
     throw Unusable(path + " cannot be read: " + std::generic_category().message(error));
 }
 
+// Waits for so many milliseconds; a negative number means for ever.
+bool has_something_to_read(int descriptor, int milliseconds) {
+    pollfd input{descriptor, POLLIN, 0};
+    return poll(&input, 1, milliseconds) > 0;
+}
+
 } // namespace
 
-std::string text_of_file(const std::string &path, Files files) {
-    const File file(path, files);
+std::string text_of_file(const std::string &path, Files files, std::chrono::milliseconds patience) {
+    const File file(path);
     struct stat status {};
     if (file.descriptor() < 0 || fstat(file.descriptor(), &status) != 0) {
         refuse_for_error(path, errno);
@@ -49,10 +55,20 @@ std::string text_of_file(const std::string &path, Files files) {
     }
     std::string text;
     std::array<char, 4096> block;
-    ssize_t got = 0;
-    while (text.size() <= kLongestText && (got = read(file.descriptor(), block.data(), block.size())) != 0) {
+    bool waits_for_writer = S_ISFIFO(status.st_mode);
+    while (text.size() <= kLongestText) {
+        const ssize_t got = read(file.descriptor(), block.data(), block.size());
         if (got > 0) {
             text.append(block.data(), static_cast<size_t>(got));
+        } else if (got == 0 && text.empty() && waits_for_writer) {
+            if (!has_something_to_read(file.descriptor(), static_cast<int>(patience.count()))) {
+                throw Unusable(path + " is a pipe into which nobody writes; name a file, or write into it at once");
+            }
+            waits_for_writer = false;
+        } else if (got == 0) {
+            break;
+        } else if (errno == EAGAIN) {
+            has_something_to_read(file.descriptor(), -1); // its writer is at work
         } else if (errno != EINTR) {
             refuse_for_error(path, errno);
         }

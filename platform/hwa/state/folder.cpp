@@ -67,8 +67,8 @@ void File::reset() {
 std::string state_folder() {
     if (const char *const chosen = environment("HWA_SIM_DIR")) {
         std::string folder = chosen;
-        // With a slash at the end a link would be followed.
-        while (folder.size() > 1 && folder.back() == '/') {
+        // With a slash at the end a link would be followed, and so with a dot after it.
+        while (folder.size() > 1 && (folder.back() == '/' || folder.ends_with("/."))) {
             folder.pop_back();
         }
         return folder;

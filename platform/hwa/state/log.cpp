@@ -14,22 +14,32 @@ Log::Log(const std::string &name) : name_(name) {
         descriptor_ = STDERR_FILENO;
         return;
     }
-    file_ = File(open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    // A pipe is not opened until somebody reads it; then it is waited for.
+    file_ = File(open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644));
     descriptor_ = file_.get();
     if (!file_) {
-        complain("HWA_SIM_LOG: " + name + " cannot be opened (" + system_error(errno) +
+        complain("HWA_SIM_LOG: " + name + " cannot be opened (" +
+                 (errno == ENXIO ? "nobody reads this pipe" : system_error(errno)) +
                  "); going on without a log, name a file that can be written");
+        return;
     }
+    fcntl(descriptor_, F_SETFL, O_APPEND);
 }
 
 void Log::write(const std::string &line) {
-    // A single write keeps the lines of several processes whole.
     const std::string text = line + "\n";
-    if (::write(descriptor_, text.data(), text.size()) == static_cast<ssize_t>(text.size())) {
-        return;
+    // A single write keeps the lines of several processes whole; only a disk that is almost full takes a part.
+    for (std::string_view rest = text; !rest.empty();) {
+        const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
+        if (written >= 0) {
+            rest.remove_prefix(static_cast<size_t>(written));
+        } else if (errno != EINTR) {
+            complain("HWA_SIM_LOG: " + name_ + " cannot be written (" + system_error(errno) +
+                     "); going on without a log");
+            descriptor_ = -1;
+            return;
+        }
     }
-    complain("HWA_SIM_LOG: " + name_ + " cannot be written (" + system_error(errno) + "); going on without a log");
-    descriptor_ = -1;
 }
 
 std::string hex(uint32_t value, int digits) {

@@ -2,8 +2,12 @@
 // The set-up by the environment: a mistake is reported once and makes the hub unusable.
 #include "library.h"
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <thread>
 
 namespace hwa_test {
 namespace {
@@ -131,6 +135,55 @@ TEST_F(HubEnvironment, AFullLogIsSaidOnceAndTheHubGoesOn) {
     }
     EXPECT_EQ(capture.text(), "simulated hub: HWA_SIM_LOG: /dev/full cannot be written (No space left on device); "
                               "going on without a log\n");
+}
+
+TEST_F(HubEnvironment, ALinkIsNoPlaceHoweverItIsWritten) {
+    std::filesystem::create_directory(folder / "real");
+    std::filesystem::create_directory_symlink(folder / "real", folder / "link");
+    for (const char *end : {"link", "link/", "link/.", "link/./"}) {
+        set("HWA_SIM_DIR", folder / end);
+        EXPECT_EQ(complaint_of_unusable_hub(), "simulated hub: unusable: the state's place " + (folder / "link") +
+                                                   " cannot be opened (Not a directory); set HWA_SIM_DIR to a folder "
+                                                   "of your own\n");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "real"));
+}
+
+TEST_F(HubEnvironment, ALogThatIsAPipeNobodyReadsIsSaidOnceAndTheHubGoesOn) {
+    ASSERT_EQ(mkfifo((folder / "log").c_str(), 0600), 0);
+    set("HWA_SIM_LOG", folder / "log");
+    alarm(60); // should it wait for ever
+    StderrCapture capture;
+    EXPECT_THAT(Library().get(0, 0, 1), ElementsAre(3));
+    EXPECT_EQ(capture.text(), "simulated hub: HWA_SIM_LOG: " + (folder / "log") +
+                                  " cannot be opened (nobody reads this pipe); going on without a log, name a file "
+                                  "that can be written\n");
+    alarm(0);
+}
+
+TEST_F(HubEnvironment, ALogMayBeAPipeWithASlowReader) {
+    ASSERT_EQ(mkfifo((folder / "log").c_str(), 0600), 0);
+    set("HWA_SIM_LOG", folder / "log");
+    const int reader = open((folder / "log").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const pid_t child = start_child([] {
+        const Library library;
+        for (int i = 0; i < 3000; ++i) { // more than a pipe takes
+            if (library.reset(7) != 101) {
+                return 1;
+            }
+        }
+        return 0;
+    });
+    fcntl(reader, F_SETFL, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::string text;
+    std::array<char, 4096> block{};
+    for (ssize_t got = 0; (got = read(reader, block.data(), block.size())) > 0 || (got == 0 && text.empty());) {
+        text.append(block.data(), static_cast<size_t>(got));
+    }
+    close(reader);
+    EXPECT_EQ(finish(child), 0);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3000);
 }
 
 TEST_F(HubEnvironment, TheLogCanGoToStderr) {

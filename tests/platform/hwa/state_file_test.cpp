@@ -352,8 +352,14 @@ TEST_F(State, LiesWhereTheEnvironmentSays) {
     EXPECT_EQ(state_folder(), "/tmp/ksl-hwa-sim-" + std::to_string(geteuid()));
     setenv("XDG_RUNTIME_DIR", "/run/user/7", 1);
     EXPECT_EQ(state_folder(), "/run/user/7/ksl-hwa-sim");
-    setenv("HWA_SIM_DIR", "/some/place//", 1);
-    EXPECT_EQ(state_folder(), "/some/place");
+    for (const char *same : {"/some/place", "/some/place//", "/some/place/.", "/some/place/.//./"}) {
+        setenv("HWA_SIM_DIR", same, 1);
+        EXPECT_EQ(state_folder(), "/some/place");
+    }
+    setenv("HWA_SIM_DIR", "/.", 1);
+    EXPECT_EQ(state_folder(), "/");
+    setenv("HWA_SIM_DIR", ".", 1);
+    EXPECT_EQ(state_folder(), ".");
     setenv("HWA_SIM_DIR", "", 1);
     EXPECT_EQ(state_folder(), "/run/user/7/ksl-hwa-sim");
 }

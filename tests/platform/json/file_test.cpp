@@ -58,6 +58,36 @@ TEST_F(JsonFile, MayBeAPipeUnlessItHasToBeRegular) {
     writer.join();
 }
 
+TEST_F(JsonFile, IsNotAPipeIntoWhichNobodyWrites) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    alarm(60); // should it wait for ever
+    EXPECT_EQ(json_test::problem_of([&] { text_of_file(file, Files::any, std::chrono::milliseconds(10)); }),
+              file + " is a pipe into which nobody writes; name a file, or write into it at once");
+    alarm(0);
+}
+
+TEST_F(JsonFile, MayBeAPipeWhoseWriterComesLateAndIsSlow) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    std::thread writer([this] {
+        const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
+        pause();
+        std::ofstream pipe(file, std::ios::binary);
+        for (const char *part : {"[1", ", 2", "]"}) {
+            pause();
+            pipe << part << std::flush;
+        }
+    });
+    EXPECT_EQ(text_of_file(file, Files::any, std::chrono::minutes(1)), "[1, 2]");
+    writer.join();
+}
+
+TEST_F(JsonFile, MayBeAnEmptyPipe) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    std::thread writer([this] { write(""); });
+    EXPECT_EQ(text_of_file(file, Files::any, std::chrono::minutes(1)), "");
+    writer.join();
+}
+
 TEST_F(JsonFile, HasFourMebibytesAtMost) {
     write("5" + std::string(kLongestText - 1, '\n'));
     EXPECT_EQ(problem_with(file, Files::regular), "no problem");
