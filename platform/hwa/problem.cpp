@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "problem.h"
 
+#include <complaint.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace hwa {
 
 void complain(const std::string &sentence) {
-    const std::string line = "simulated hub: " + sentence + "\n";
-    // A single write keeps the lines of several processes apart; there is nowhere to report its failure.
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+    platform::complain("simulated hub: %s\n", sentence.c_str());
 }
 
 std::string system_error(int number) {

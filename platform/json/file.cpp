@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <descriptor.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -13,24 +14,6 @@
 
 namespace json {
 namespace {
-
-class File {
-public:
-    // A pipe is opened at once, also without a writer.
-    explicit File(const std::string &path) : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-    File(const File &) = delete;
-    File &operator=(const File &) = delete;
-    ~File() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-
-    int descriptor() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
 
 [[noreturn]] void refuse_for_error(const std::string &path, int error) {
     throw Unusable(path + " cannot be read: " + std::generic_category().message(error));
@@ -45,9 +28,10 @@ bool has_something_to_read(int descriptor, int milliseconds) {
 } // namespace
 
 std::string text_of_file(const std::string &path, Files files, std::chrono::milliseconds patience) {
-    const File file(path);
+    // A pipe is opened at once, also without a writer.
+    const platform::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (file.descriptor() < 0 || fstat(file.descriptor(), &status) != 0) {
+    if (file < 0 || fstat(file, &status) != 0) {
         refuse_for_error(path, errno);
     }
     if (files == Files::regular && !S_ISREG(status.st_mode)) {
@@ -57,18 +41,18 @@ std::string text_of_file(const std::string &path, Files files, std::chrono::mill
     std::array<char, 4096> block;
     bool waits_for_writer = S_ISFIFO(status.st_mode);
     while (text.size() <= kLongestText) {
-        const ssize_t got = read(file.descriptor(), block.data(), block.size());
+        const ssize_t got = read(file, block.data(), block.size());
         if (got > 0) {
             text.append(block.data(), static_cast<size_t>(got));
         } else if (got == 0 && text.empty() && waits_for_writer) {
-            if (!has_something_to_read(file.descriptor(), static_cast<int>(patience.count()))) {
+            if (!has_something_to_read(file, static_cast<int>(patience.count()))) {
                 throw Unusable(path + " is a pipe into which nobody writes; name a file, or write into it at once");
             }
             waits_for_writer = false;
         } else if (got == 0) {
             break;
         } else if (errno == EAGAIN) {
-            has_something_to_read(file.descriptor(), -1); // its writer is at work
+            has_something_to_read(file, -1); // its writer is at work
         } else if (errno != EINTR) {
             refuse_for_error(path, errno);
         }

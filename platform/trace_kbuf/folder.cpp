@@ -16,7 +16,7 @@ namespace {
 // The kernel's name of the process's first thread, safe as a part of a path.
 std::array<char, 32> program_name() {
     std::array<char, 32> name{};
-    const Descriptor file(open("/proc/self/comm", O_RDONLY | O_CLOEXEC));
+    const platform::Descriptor file(open("/proc/self/comm", O_RDONLY | O_CLOEXEC));
     if (file < 0 || read(file, name.data(), name.size() - 1) <= 0) {
         std::strncpy(name.data(), program_invocation_short_name, 15);
     }

@@ -41,7 +41,7 @@ uint32_t size_by_environment() {
     static constinit bool done = false;
     if (size == 0 && !done) {
         done = true;
-        complain(
+        platform::complain(
             "trace_kbuf: TRACE_KBUF_SIZE is \"%.40s\"; give a number of bytes from %u to %u, such as 1048576, 1024K "
             "or 1M; going on as if it were not set\n",
             text, kMinSize, kMaxSize);
@@ -56,8 +56,8 @@ Front *ring_in_file(Places &places, const char *folder, const char *name, uint32
     static constinit bool done = false;
     if (front == nullptr && !done) {
         done = true;
-        complain("trace_kbuf: cannot keep buffer \"%s\" in %.1000s/%s: %s; recording in memory instead\n", name,
-                 path.data(), file_name(name).data(), problem);
+        platform::complain("trace_kbuf: cannot keep buffer \"%s\" in %.1000s/%s: %s; recording in memory instead\n",
+                           name, path.data(), file_name(name).data(), problem);
     }
     return front;
 }

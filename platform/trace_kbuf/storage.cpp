@@ -86,7 +86,7 @@ enum class Step { done, again, failed };
 
 Step try_file(Places &places, Front *&front, int directory, const char *name, uint32_t size, const char *&problem) {
     const FileName path = file_name(name);
-    const Descriptor file(
+    const platform::Descriptor file(
         openat(directory, path.data(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600));
     struct stat status {};
     if (file < 0 || fstat(file, &status) != 0) {
@@ -190,7 +190,7 @@ void describe(Header &ring, const char *name, uint32_t size) {
 }
 
 Front *map_file(Places &places, const char *directory, const char *name, uint32_t size, const char *&problem) {
-    const Descriptor folder(open_folder(directory, problem));
+    const platform::Descriptor folder(open_folder(directory, problem));
     if (folder < 0) {
         return nullptr;
     }

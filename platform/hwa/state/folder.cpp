@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace hwa {
 namespace {
@@ -20,9 +19,9 @@ constexpr char kAdvice[] = "; set HWA_SIM_DIR to a folder of your own";
 }
 
 // Only files that no other user can have made or can change are trusted.
-void check(const File &file, const std::string &path, mode_t kind, const char *kind_name) {
+void check(int file, const std::string &path, mode_t kind, const char *kind_name) {
     struct stat status {};
-    if (!file || fstat(file.get(), &status) != 0) {
+    if (file < 0 || fstat(file, &status) != 0) {
         refuse(path, "cannot be opened (" + system_error(errno) + ")");
     }
     if ((status.st_mode & S_IFMT) != kind) {
@@ -46,24 +45,6 @@ const char *environment(const char *name) {
 
 } // namespace
 
-File &File::operator=(File &&other) noexcept {
-    if (this != &other) {
-        reset();
-        descriptor_ = other.release();
-    }
-    return *this;
-}
-
-int File::release() {
-    return std::exchange(descriptor_, -1);
-}
-
-void File::reset() {
-    if (descriptor_ >= 0) {
-        close(release());
-    }
-}
-
 std::string state_folder() {
     if (const char *const chosen = environment("HWA_SIM_DIR")) {
         std::string folder = chosen;
@@ -79,20 +60,21 @@ std::string state_folder() {
     return "/tmp/ksl-hwa-sim-" + std::to_string(geteuid());
 }
 
-File open_private(const std::string &folder, const char *name) {
+platform::Descriptor open_private(const std::string &folder, const char *name) {
     // Another process may remove the folder again and again, but not always between two calls.
     for (int tries_left = 1000;; --tries_left) {
-        const auto went_away = [&](const File &file) { return !file && errno == ENOENT && tries_left > 0; };
+        const auto went_away = [&](int file) { return file < 0 && errno == ENOENT && tries_left > 0; };
         if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
             refuse(folder, "cannot be made (" + system_error(errno) + ")");
         }
-        const File directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        const platform::Descriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (went_away(directory)) {
             continue;
         }
         check(directory, folder, S_IFDIR, "a folder");
         // Not waiting keeps a pipe of that name from stopping the program.
-        File file(openat(directory.get(), name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+        platform::Descriptor file =
+            platform::kept_open(openat(directory, name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
         if (went_away(file)) {
             continue;
         }

@@ -4,20 +4,21 @@
 #include "problem.h"
 
 #include <cerrno>
+#include <complaint.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace hwa {
 
 Log::Log(const std::string &name) : name_(name) {
-    if (name == "-") {
+    if (is_stderr()) {
         descriptor_ = STDERR_FILENO;
         return;
     }
     // A pipe is not opened until somebody reads it; then it is waited for.
-    file_ = File(open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644));
-    descriptor_ = file_.get();
-    if (!file_) {
+    file_ = platform::kept_open(open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644));
+    descriptor_ = file_;
+    if (file_ < 0) {
         complain("HWA_SIM_LOG: " + name + " cannot be opened (" +
                  (errno == ENXIO ? "nobody reads this pipe" : system_error(errno)) +
                  "); going on without a log, name a file that can be written");
@@ -27,10 +28,14 @@ Log::Log(const std::string &name) : name_(name) {
 }
 
 void Log::write(const std::string &line) {
+    if (is_stderr() && !platform::stderr_is_the_same()) {
+        descriptor_ = -1;
+        return;
+    }
     const std::string text = line + "\n";
     // A single write keeps the lines of several processes whole; only a disk that is almost full takes a part.
     for (std::string_view rest = text; !rest.empty();) {
-        const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
+        const ssize_t written = platform::write_unharmed(descriptor_, rest.data(), rest.size());
         if (written >= 0) {
             rest.remove_prefix(static_cast<size_t>(written));
         } else if (errno != EINTR) {

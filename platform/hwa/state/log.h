@@ -2,9 +2,9 @@
 // The access log of HWA_SIM_LOG: one line for each access.
 #pragma once
 
-#include "state/folder.h"
 #include "state/image.h"
 
+#include <descriptor.h>
 #include <span>
 #include <string>
 
@@ -13,15 +13,18 @@ namespace hwa {
 class Log {
 public:
     Log() = default;
-    // Appends to a file, or writes to stderr when the name is "-". The first error is reported and ends the log.
+    // Appends to a file, or writes to stderr when the name is "-". The first error is reported and ends the log; so
+    // does a stderr that has become another file.
     explicit Log(const std::string &name);
 
     bool is_on() const { return descriptor_ >= 0; }
     void write(const std::string &line);
 
 private:
+    bool is_stderr() const { return name_ == "-"; }
+
     std::string name_;
-    File file_;
+    platform::Descriptor file_;
     int descriptor_ = -1;
 };
 

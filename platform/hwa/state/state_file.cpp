@@ -48,12 +48,12 @@ void StateFile::close() {
         munmap(image_, sizeof(HubImage));
     }
     image_ = nullptr;
-    file_.reset();
+    file_ = {};
 }
 
 void StateFile::open() {
     file_ = open_private(folder_, kName);
-    void *const memory = mmap(nullptr, sizeof(HubImage), PROT_READ | PROT_WRITE, MAP_SHARED, file_.get(), 0);
+    void *const memory = mmap(nullptr, sizeof(HubImage), PROT_READ | PROT_WRITE, MAP_SHARED, file_, 0);
     if (memory == MAP_FAILED) {
         throw Unusable("the state " + path() + " cannot be mapped (" + system_error(errno) +
                        "); set HWA_SIM_DIR to a folder on another file system");
@@ -71,12 +71,12 @@ HubImage &StateFile::lock() {
         if (image_ == nullptr) {
             open();
         }
-        while (flock(file_.get(), LOCK_EX) != 0) {
+        while (flock(file_, LOCK_EX) != 0) {
             if (errno != EINTR) {
                 throw Unusable("the state " + path() + " cannot be locked (" + system_error(errno) + ")");
             }
         }
-        if (fstat(file_.get(), &status) == 0 && status.st_nlink != 0) {
+        if (fstat(file_, &status) == 0 && status.st_nlink != 0) {
             break;
         }
         // The file was deleted after it was opened: the hub starts anew.
@@ -94,7 +94,7 @@ HubImage &StateFile::lock() {
 }
 
 void StateFile::unlock() {
-    flock(file_.get(), LOCK_UN);
+    flock(file_, LOCK_UN);
 }
 
 void StateFile::repair(bool whole) {
@@ -120,7 +120,7 @@ void StateFile::repair(bool whole) {
 }
 
 void StateFile::build() {
-    if (const int error = allocate(file_.get()); error != 0) {
+    if (const int error = allocate(file_); error != 0) {
         throw Unusable("there is no room for the state " + path() + " of " +
                        std::to_string((sizeof(HubImage) + 1023) / 1024) + " KiB (" + system_error(error) +
                        "); make room, or set HWA_SIM_DIR to a folder on another file system");

@@ -72,7 +72,7 @@ private:
 
     std::string folder_;
     const Scenario &scenario_;
-    File file_;
+    platform::Descriptor file_;
     HubImage *image_ = nullptr;
     bool settled_ = false; // the state was ours once; another scenario since then is an error
 };

@@ -184,10 +184,10 @@ TEST_F(HubProcesses, AKilledWriterDoesNoHarm) {
 TEST_F(HubProcesses, AHubWhosePlaceWasAwayIsUsableAgain) {
     std::filesystem::create_directory(folder / "place");
     set("HWA_SIM_DIR", folder / "place/state");
+    StderrCapture capture;
     const Library library;
     EXPECT_THAT(library.get(0, 0, 1), ElementsAre(3));
     std::filesystem::remove_all(folder / "place");
-    StderrCapture capture;
     EXPECT_THAT(library.get(0, 0, 1), ElementsAre());
     EXPECT_THAT(library.get(0, 0, 1), ElementsAre());
     EXPECT_EQ(capture.text(), "simulated hub: unusable: the state's place " + (folder / "place/state") +

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace trace_kbuf {
+namespace platform {
 
 namespace {
 
@@ -23,12 +23,6 @@ struct stat stderr_at_start;
     if (fstat(STDERR_FILENO, &stderr_at_start) != 0) {
         stderr_at_start.st_mode = 0;
     }
-}
-
-bool stderr_is_the_same() {
-    struct stat now {};
-    return stderr_at_start.st_mode != 0 && fstat(STDERR_FILENO, &now) == 0 && now.st_dev == stderr_at_start.st_dev &&
-           now.st_ino == stderr_at_start.st_ino;
 }
 
 bool takes_more() {
@@ -69,6 +63,24 @@ private:
 
 } // namespace
 
+bool stderr_is_the_same() {
+    struct stat now {};
+    return stderr_at_start.st_mode != 0 && fstat(STDERR_FILENO, &now) == 0 && now.st_dev == stderr_at_start.st_dev &&
+           now.st_ino == stderr_at_start.st_ino;
+}
+
+ssize_t write_unharmed(int file, const char *bytes, size_t count) {
+    ssize_t written = 0;
+    int error = 0;
+    {
+        const HeldSignals held;
+        written = write(file, bytes, count);
+        error = errno;
+    }
+    errno = error;
+    return written;
+}
+
 void complain(const char *format, ...) { // NOLINT(cert-dcl50-cpp): the compiler checks the values by the format
     const int error = errno;
     std::array<char, PIPE_BUF> line; // less than a pipe takes at once
@@ -77,12 +89,11 @@ void complain(const char *format, ...) { // NOLINT(cert-dcl50-cpp): the compiler
     const int length = std::vsnprintf(line.data(), line.size(), format, values);
     va_end(values);
     if (length > 0 && stderr_is_the_same() && takes_more()) {
-        const HeldSignals held;
         const auto count = std::min(static_cast<size_t>(length), line.size() - 1);
         line[count - 1] = '\n';
-        (void)!write(STDERR_FILENO, line.data(), count);
+        write_unharmed(STDERR_FILENO, line.data(), count);
     }
     errno = error;
 }
 
-} // namespace trace_kbuf
+} // namespace platform
