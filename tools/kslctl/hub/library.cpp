@@ -5,6 +5,7 @@
 
 #include <dlfcn.h>
 #include <fmt/core.h>
+#include <hwa.h>
 #include <hwa_sim.h>
 #include <ksl/ksl.h>
 #include <limits.h>
@@ -25,6 +26,9 @@ std::string own_folder() {
 // In the order in which ksl_init() tries them.
 constexpr const char *kLowerLibraries[] = {"libhwa.so", "libqrthwa.gen1.so"};
 constexpr const char *kSimulatedHub = kLowerLibraries[0];
+
+// Of the lower library that is open, if it has one.
+decltype(&hwa_getreg) getreg_of_lower_library = nullptr;
 
 // What the loader says of a library that it found and cannot open; empty for one that it did not find, which it calls
 // by its bare name.
@@ -50,6 +54,13 @@ std::string path_of_simulator(const std::string &library) {
     return path_of_installed(KSL_SIMULATOR_FOLDER "/" + library);
 }
 
+// libksl.so leaves this open until ksl_init() has opened the lower library. With LD_BIND_NOW the loader wants it at the
+// start of the program: it finds this one, which goes on to the lower library.
+extern "C" [[gnu::visibility("default")]] int32_t hwa_getreg(uint8_t chip, uint8_t page, uint8_t offset,
+                                                             uint32_t length, uint8_t *buffer) {
+    return getreg_of_lower_library != nullptr ? getreg_of_lower_library(chip, page, offset, length, buffer) : -1;
+}
+
 Library::Library(bool simulate) {
     if (simulate) {
         open_simulated_hub();
@@ -65,6 +76,7 @@ Library::Library(bool simulate) {
 Library::~Library() {
     if (open_) {
         ksl_terminate();
+        getreg_of_lower_library = nullptr;
     }
     if (simulated_hub_ != nullptr) {
         dlclose(simulated_hub_);
@@ -91,6 +103,7 @@ void Library::look_at_lower_library() {
             continue;
         }
         lower_library_ = name;
+        getreg_of_lower_library = reinterpret_cast<decltype(&hwa_getreg)>(dlsym(library, "hwa_getreg"));
         if (const auto text = reinterpret_cast<decltype(&hwa_simulation)>(dlsym(library, "hwa_simulation"))) {
             simulation_ = text();
         }
