@@ -7,9 +7,12 @@
 #include "state/clock.h"
 #include "state/log.h"
 
+#include <atomic>
+#include <complaint.h>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <thread>
 
@@ -48,6 +51,8 @@ public:
             state_ = std::make_unique<StateFile>(state_folder(), scenario_);
             description_ = "simulated hub \"" + scenario_.name + "\" (" +
                            (path.empty() ? "built-in scenario" : "scenario " + path) + "), state " + state_->path();
+        } catch (const std::bad_alloc &) {
+            throw;
         } catch (const std::exception &problem) {
             // Every access fails: another hub than the requested one would mislead.
             state_.reset();
@@ -132,6 +137,16 @@ Effects meet_faults(const Access &access) {
     return effects;
 }
 
+// Once, and without memory. The next access tries again.
+void report_lack_of_memory() {
+    static constinit std::atomic_flag reported;
+    if (!reported.test_and_set()) {
+        platform::complain(
+            "simulated hub: unusable: there is not enough memory for it; raise the limit of this process "
+            "(ulimit -v), or end others\n");
+    }
+}
+
 template <typename Work>
 int32_t run(const Access &access, Describe describe, Work work) noexcept {
     try {
@@ -142,6 +157,8 @@ int32_t run(const Access &access, Describe describe, Work work) noexcept {
         if (hub().state() != nullptr) {
             try {
                 result = effects.code ? *effects.code : work(*hub().state(), effects, answer);
+            } catch (const std::bad_alloc &) {
+                throw;
             } catch (const std::exception &problem) {
                 answer.clear();
                 hub().report(problem.what());
@@ -154,6 +171,7 @@ int32_t run(const Access &access, Describe describe, Work work) noexcept {
         }
         return result;
     } catch (...) {
+        report_lack_of_memory();
         return HWA_SIM_UNUSABLE;
     }
 }

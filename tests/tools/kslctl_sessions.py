@@ -12,6 +12,7 @@ import os
 import pathlib
 import pty
 import re
+import resource
 import signal
 import struct
 import subprocess
@@ -226,6 +227,28 @@ class FullTable(Session):
                                        for i in range(self.ENTRIES)])
             counts = [line.split() for line in lines[2 + self.ENTRIES + 2 :]]
             self.assertEqual(counts, [[str(port), "512"] for port in range(2, 18)] + [["all", "8192"]])
+
+
+class Memory(Session):
+    """However little memory a process may have, it ends with a status of its own and says why."""
+
+    def run_with(self, kibibytes):
+        limit = (kibibytes * 1024, kibibytes * 1024)
+        return subprocess.run([f"{BIN}/kslctl", "--simulate", "status"], env=self.environment, capture_output=True,
+                              text=True, timeout=PATIENCE,
+                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, limit))
+
+    def test_of_any_size_ends_in_a_documented_status(self):
+        seen = set()
+        for kibibytes in range(4096, 20480, 64):
+            process = self.run_with(kibibytes)
+            if process.returncode == 127:
+                continue  # the loader's own, which names the library
+            seen.add(process.returncode)
+            self.assertIn(process.returncode, (0, 3), f"{kibibytes} KiB: {process.stderr}")
+            self.assertEqual(process.returncode == 0, process.stderr == "", kibibytes)
+            self.assertNotIn("bad_alloc", process.stderr, kibibytes)
+        self.assertEqual(seen, {0, 3})
 
 
 if __name__ == "__main__":

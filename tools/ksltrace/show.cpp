@@ -51,14 +51,14 @@ int show(const Request &request, const ShowOptions &options, tools::StandardOutp
         pager.emplace();
     }
     // Nothing of a file that does not even say what it is.
-    if (!reading.is_empty()) {
-        out.write(fold(heading(reading), width, kIndent));
-    }
+    std::string text = reading.is_empty() ? "" : fold(heading(reading), width, kIndent);
     TimeColumn times(options.times);
-    const std::string text = render_text(reading.trace, style, {.wanted = &reading.wanted, .times = &times});
-    out.write(fold(text, width, times.width() + kIndent));
+    const std::string records = render_text(reading.trace, style, {.wanted = &reading.wanted, .times = &times});
+    text += fold(records, width, times.width() + kIndent);
+    out.write(text);
     if (pager && !pager->finish()) {
         complain(fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without", pager->command()));
+        tools::StandardOutput("ksltrace").write(text); // the first one may have lost its reader
         return tools::kFailed;
     }
     return conclude(reading, out);

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tools {
 
@@ -37,13 +38,32 @@ std::string chosen_pager() {
     return is_installed("less") ? "less" : "";
 }
 
+int exit_status(pid_t process) {
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+}
+
+// Else the shell ends with a status that pagers have, too. It says itself what is wrong.
+bool is_shell_command(const char *command) {
+    const pid_t process = fork();
+    if (process == 0) {
+        execl("/bin/sh", "sh", "-n", "-c", command, nullptr);
+        _exit(kCommandNotFound);
+    }
+    return process > 0 && exit_status(process) == 0;
+}
+
 [[noreturn]] void run(const std::string &command, int input) {
     dup2(input, STDIN_FILENO);
     // Leave when it all fits on the screen, let colours through, and leave the text on the screen.
     setenv("LESS", "FRX", 0);
     (void)std::signal(SIGPIPE, SIG_DFL);
     (void)std::signal(SIGINT, SIG_DFL);
-    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    if (is_shell_command(command.c_str())) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    }
     _exit(kCommandNotFound);
 }
 
@@ -74,11 +94,7 @@ bool Pager::finish() {
     }
     dup2(terminal_, STDOUT_FILENO); // closes the pipe, so that the pager sees the end
     close(terminal_);
-    int status = 0;
-    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
-    }
-    process_ = -1;
-    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    const int code = exit_status(std::exchange(process_, -1));
     return code != kCommandNotFound && code != kNotExecutable;
 }
 

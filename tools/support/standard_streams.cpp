@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/standard_streams.h"
 
+#include "support/exit_status.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fmt/core.h>
+#include <new>
 #include <system_error>
 #include <unistd.h>
 
@@ -23,6 +26,21 @@ void occupy_standard_streams() {
     if (file > STDERR_FILENO) {
         close(file);
     }
+}
+
+// Whichever part of a program finds no memory, also before main(): it says so, without any.
+[[noreturn]] void end_without_memory() {
+    for (const std::string_view part : {std::string_view(program_invocation_short_name),
+                                        std::string_view(": there is not enough memory; raise the limit of this "
+                                                         "process (ulimit -v), or end others\n")}) {
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, part.data(), part.size());
+    }
+    _exit(kFailed);
+}
+
+// Before the constructors of all other objects.
+[[gnu::constructor(101)]] void watch_memory() {
+    std::set_new_handler(end_without_memory);
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
+#include <new>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -55,6 +56,9 @@ void StateFile::open() {
     file_ = open_private(folder_, kName);
     void *const memory = mmap(nullptr, sizeof(HubImage), PROT_READ | PROT_WRITE, MAP_SHARED, file_, 0);
     if (memory == MAP_FAILED) {
+        if (errno == ENOMEM) {
+            throw std::bad_alloc();
+        }
         throw Unusable("the state " + path() + " cannot be mapped (" + system_error(errno) +
                        "); set HWA_SIM_DIR to a folder on another file system");
     }
