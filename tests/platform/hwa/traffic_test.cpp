@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Time passes: counters move, addresses age and are heard again.
 #include "chip/addresses.h"
+#include "chip/configurations.h"
 #include "chip/counters.h"
 #include "model.h"
 #include "problem.h"
@@ -86,6 +87,21 @@ TEST_F(Traffic, CountersMoveAtAboutTheirRate) {
     EXPECT_EQ(counter(3, 0x1C), 0U); // no rate
     EXPECT_EQ(counter(3, 0x08), 9U);
     EXPECT_EQ(counter(4, 0x18), 0U); // no link
+}
+
+TEST_F(Traffic, IsNotForwarded) {
+    {
+        Transaction transaction(state);
+        ASSERT_TRUE(configure(transaction, *transaction.chip(0), 2)); // nothing goes from port to port
+        transaction.commit();
+    }
+    for (const uint8_t page : Bytes{2, 0x32, 0x34}) { // mirroring, trunks, VLANs
+        write(page, 0x10, Bytes(8, 0xFF));
+    }
+    pass(10'000);
+    EXPECT_GE(counter(3, 0x18), 2000U);
+    EXPECT_EQ(counter(4, 0x18), 0U);
+    EXPECT_THAT(table(), ElementsAre(1, 2, 3, 4));
 }
 
 TEST_F(Traffic, IsTheSameForTheSameSeed) {
