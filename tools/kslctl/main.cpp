@@ -111,7 +111,7 @@ Json hub_json(const hub::Library &library) {
             {"description", text_or_null(library.simulation())}};
 }
 
-void add_trace(const hub::OwnTrace &own, Result &result, Json &document, Report &report) {
+void add_trace(const hub::OwnTrace &own, Result &result, Report &report) {
     if (own.snapshot->status == TRACE_KBUF_UNREADABLE) {
         report.fail(fmt::format("--trace: {}; the libtrace_kbuf.so that comes with kslctl can", own.snapshot->problem));
     } else if (own.snapshot->status != TRACE_KBUF_WHOLE) {
@@ -119,11 +119,7 @@ void add_trace(const hub::OwnTrace &own, Result &result, Json &document, Report 
     }
     const std::string text = ksltrace::render_text(own.trace);
     result.text += (result.text.empty() || text.empty() ? "" : "\n") + text;
-    document["trace"] = ksltrace::render_json(own.trace);
-}
-
-std::string text_of(const Json &document, const Options &options) {
-    return document.dump(options.documents_are_lines ? -1 : 2, ' ', false, Json::error_handler_t::replace) + "\n";
+    result.trace = ksltrace::render_json(own.trace);
 }
 
 // Runs the command and shows its result.
@@ -136,13 +132,15 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
         ksl_enable_time();
     }
 
-    const auto document_of = [&](const Result &result) {
-        return Json{{"schema", commands.schema()}, {"hub", hub_json(library)}, {"chips", result.chips}};
-    };
     const std::function<bool(const Result &)> show = [&](const Result &result) {
-        Json document = document_of(result);
+        Json document = {{"schema", commands.schema()}, {"hub", hub_json(library)}, {"chips", result.chips}};
+        if (options.trace) {
+            document["trace"] = result.trace;
+        }
         document["errors"] = report.take_errors();
-        out.write(options.json ? text_of(document, options) : result.text);
+        const int indent = options.documents_are_lines ? -1 : 2;
+        out.write(options.json ? document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n"
+                               : result.text);
         return !out.is_over();
     };
 
@@ -154,18 +152,11 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
         Context context{options, library, style, report, !options.json && out.can_redraw(), show};
         result = commands.run(context);
     }
-
-    Json document = document_of(result);
-    if (options.trace) {
-        document["trace"] = Json::array();
-        if (library.is_open()) {
-            add_trace(hub::take_own_trace(start), result, document, report);
-        }
+    if (options.trace && library.is_open()) {
+        add_trace(hub::take_own_trace(start), result, report);
     }
-    document["errors"] = report.errors();
-
     if (!result.is_shown) {
-        out.write(options.json ? text_of(document, options) : result.text);
+        show(result);
     }
     if (report.has_failures() || out.failed()) {
         return tools::kFailed;

@@ -36,8 +36,9 @@ struct Options {
 struct Result {
     Json chips = Json::array();
     std::string text;
-    bool answer_is_no = false; // of a command that asks a question
-    bool is_shown = false;     // the command has already shown everything
+    Json trace = Json::array(); // with --trace what the library did
+    bool answer_is_no = false;  // of a command that asks a question
+    bool is_shown = false;      // the command has already shown everything
 };
 
 // What went wrong: on stderr at once, and kept for the JSON document and the exit status.
