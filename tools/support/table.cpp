@@ -31,32 +31,32 @@ std::string Style::value(std::string_view text) const {
 }
 
 std::string Table::render(const Style &style) const {
+    std::vector<std::string> headings;
     std::vector<size_t> widths;
-    for (size_t i = 0; i < columns_.size(); ++i) {
-        size_t width = width_of(columns_[i].heading);
-        for (const auto &row : rows_) {
-            width = std::max(width, width_of(row[i]));
+    for (const Column &column : columns_) {
+        headings.push_back(column.heading);
+        widths.push_back(width_of(column.heading));
+    }
+    for (const auto &row : rows_) {
+        for (size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], width_of(row[i]));
         }
-        widths.push_back(width);
     }
 
     std::string text;
-    const auto add_line = [&](const auto &cell, const auto &emphasise) {
-        for (size_t i = 0; i < columns_.size(); ++i) {
-            const std::string &content = cell(i);
-            const std::string blanks(widths[i] - width_of(content), ' ');
-            const bool is_last = i + 1 == columns_.size();
+    const auto add_line = [&](const std::vector<std::string> &cells, auto emphasise) {
+        for (size_t i = 0; i < cells.size(); ++i) {
+            const std::string blanks(widths[i] - width_of(cells[i]), ' ');
+            const bool is_last = i + 1 == cells.size();
             text += columns_[i].align == Align::right ? blanks : "";
-            text += emphasise(content);
+            text += (style.*emphasise)(cells[i]);
             text += columns_[i].align == Align::left && !is_last ? blanks : "";
             text += is_last ? "\n" : "  ";
         }
     };
-    add_line([&](size_t i) -> const std::string & { return columns_[i].heading; },
-             [&](const std::string &content) { return style.heading(content); });
+    add_line(headings, &Style::heading);
     for (const auto &row : rows_) {
-        add_line([&](size_t i) -> const std::string & { return row[i]; },
-                 [&](const std::string &content) { return style.value(content); });
+        add_line(row, &Style::value);
     }
     return text;
 }
