@@ -63,20 +63,15 @@ constexpr NumberKind kChips{"chip number", 0, 255}; // the library passes on the
 std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
     std::vector<uint32_t> chips;
     for (const std::string &list : lists) {
-        try {
-            const std::vector<uint32_t> more = parse_list(list, kChips);
-            chips.insert(chips.end(), more.begin(), more.end());
-        } catch (const ArgumentError &error) {
-            throw CLI::ValidationError("--chip", error.what());
-        }
+        const std::vector<uint32_t> more = parse_list(list, kChips);
+        chips.insert(chips.end(), more.begin(), more.end());
     }
     return chips;
 }
 
 void add_options(CLI::App &app, Options &options) {
-    app.add_option_function<std::vector<std::string>>(
-           "-c,--chip", [&options](const std::vector<std::string> &lists) { options.chips = parse_chips(lists); },
-           "Chips, 0 to 255: numbers and ranges; default: 0")
+    add_parsed<std::vector<std::string>>(app, "-c,--chip", options.chips, parse_chips,
+                                         "Chips, 0 to 255: numbers and ranges; default: 0")
         ->type_name("N")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -125,9 +120,8 @@ void add_trace(const hub::OwnTrace &own, Result &result, Report &report) {
 // Runs the command and shows its result.
 int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
     const uint64_t start = hub::now_ns();
-    Report report;
     const hub::Library library(options.simulate);
-    report.set_simulated(library.simulation().has_value());
+    Report report(library.simulation().has_value());
     if (options.trace) {
         ksl_enable_time();
     }

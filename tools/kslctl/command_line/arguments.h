@@ -13,11 +13,14 @@ namespace kslctl {
 // for an argument that may be spread over several words.
 template <typename Text = std::string, typename Value, typename Parse>
 CLI::Option *add_parsed(CLI::App &command, const char *name, Value &into, Parse parse, const char *summary) {
-    const auto store = [name, &into, parse](const Text &text) {
+    // Of several names, complaints have the last one.
+    const std::string_view names(name);
+    const std::string last(names.substr(names.rfind(',') + 1));
+    const auto store = [last, &into, parse](const Text &text) {
         try {
             into = parse(text);
         } catch (const ArgumentError &error) {
-            throw CLI::ValidationError(name, error.what());
+            throw CLI::ValidationError(last, error.what());
         }
     };
     return command.add_option_function<Text>(name, store, summary)->type_name("");

@@ -45,7 +45,7 @@ struct Result {
 class Report {
 public:
     // The codes of a simulated hub can be explained.
-    void set_simulated(bool simulated) { simulated_ = simulated; }
+    explicit Report(bool simulated) : simulated_(simulated) {}
 
     void fail(const hub::Failure &failure) { keep(views::failure(failure, simulated_)); }
     // A failure of anything else, as one sentence.
@@ -62,7 +62,7 @@ public:
 private:
     void keep(const views::Shown &failure);
 
-    bool simulated_ = false;
+    bool simulated_;
     bool has_failures_ = false;
     Json errors_ = Json::array();
 };
