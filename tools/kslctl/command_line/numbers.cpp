@@ -65,4 +65,16 @@ NumberSet parse_set(const std::vector<std::string> &lists, const NumberKind &kin
     return {numbers.begin(), numbers.end()};
 }
 
+std::chrono::duration<double> parse_seconds(const std::string &text) {
+    constexpr double kLeast = 0.01;
+    constexpr double kMost = 86400;
+    double number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+    if (error != std::errc{} || stop != end || !(number >= kLeast && number <= kMost)) {
+        throw ArgumentError(fmt::format("\"{}\" is no number of seconds; they go from 0.01 to 86400", text));
+    }
+    return std::chrono::duration<double>(number);
+}
+
 } // namespace kslctl

@@ -2,6 +2,7 @@
 // Numbers on the command line: decimal, or hexadecimal after "0x"; lists of them may hold ranges ("0-3,7").
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <ksl/ksl.h>
 #include <stdexcept>
@@ -35,5 +36,7 @@ uint32_t parse_number(std::string_view text, const NumberKind &kind);
 std::vector<uint32_t> parse_list(std::string_view text, const NumberKind &kind);
 // The numbers of all lists.
 NumberSet parse_set(const std::vector<std::string> &lists, const NumberKind &kind);
+// A time in seconds: "5", "0.25".
+std::chrono::duration<double> parse_seconds(const std::string &text);
 
 } // namespace kslctl

@@ -7,7 +7,6 @@
 #include "ksltrace/values.h"
 
 #include <algorithm>
-#include <charconv>
 #include <fmt/core.h>
 #include <sys/ioctl.h>
 #include <thread>
@@ -136,18 +135,6 @@ void check(Options &options, const Arguments &arguments) {
                          "it with ksltrace");
     }
     options.documents_are_lines = arguments.watch.has_value();
-}
-
-hub::Seconds parse_seconds(const std::string &text) {
-    constexpr double kLeast = 0.01;
-    constexpr double kMost = 86400;
-    double number = 0;
-    const char *const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
-    if (error != std::errc{} || stop != end || !(number >= kLeast && number <= kMost)) {
-        throw ArgumentError(fmt::format("\"{}\" is no number of seconds; they go from 0.01 to 86400", text));
-    }
-    return hub::Seconds(number);
 }
 
 constexpr char kHelp[] = R"(Without ports the library reads all in one operation; a port that fails is then
