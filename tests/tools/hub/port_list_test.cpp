@@ -23,4 +23,11 @@ TEST(PortList, IsDescribedByRanges) {
     EXPECT_EQ(describe_ports({0, 1, 2, 3, 7, 22, 23}), "ports 0-3, 7, 22-23");
 }
 
+TEST(PortList, AnyNumbersAreDescribedByRanges) {
+    EXPECT_EQ(describe_numbers({}), "");
+    EXPECT_EQ(describe_numbers({1, 4093, 4094}), "1, 4093-4094");
+    EXPECT_EQ(describe_some({1, 3, 5, 7, 9, 11, 12}), "1, 3, 5, 7, 9, 11-12");
+    EXPECT_EQ(describe_some({1, 3, 5, 7, 9, 11, 13}), "1, 3, 5, 7, 9, 11 and more");
+}
+
 } // namespace

@@ -51,6 +51,17 @@ constexpr ReadOperation kReadOperations[] = {
     {&registers::pvid, "ksl_read_extended_VLAN_cntrl_regs", read_word_of_port<ksl_read_extended_VLAN_cntrl_regs>},
 };
 
+std::vector<std::string> ranges_of(const std::vector<uint32_t> &numbers) {
+    std::vector<std::string> ranges;
+    for (auto first = numbers.begin(); first != numbers.end();) {
+        const auto last = std::adjacent_find(first, numbers.end(), [](uint32_t a, uint32_t b) { return b != a + 1; });
+        const uint32_t end = last == numbers.end() ? numbers.back() : *last;
+        ranges.push_back(end == *first ? fmt::format("{}", end) : fmt::format("{}-{}", *first, end));
+        first = std::upper_bound(first, numbers.end(), end);
+    }
+    return ranges;
+}
+
 } // namespace
 
 std::vector<uint32_t> all_ports() {
@@ -65,18 +76,23 @@ std::vector<uint32_t> ports_of(uint32_t word) {
     return ports;
 }
 
+std::string describe_numbers(const std::vector<uint32_t> &numbers) {
+    return fmt::format("{}", fmt::join(ranges_of(numbers), ", "));
+}
+
+std::string describe_some(const std::vector<uint32_t> &numbers) {
+    constexpr size_t kFew = 6;
+    std::vector<std::string> ranges = ranges_of(numbers);
+    const bool has_more = ranges.size() > kFew;
+    ranges.resize(std::min(kFew, ranges.size()));
+    return fmt::format("{}{}", fmt::join(ranges, ", "), has_more ? " and more" : "");
+}
+
 std::string describe_ports(const std::vector<uint32_t> &ports) {
     if (ports.empty()) {
         return "no port";
     }
-    std::vector<std::string> ranges;
-    for (auto first = ports.begin(); first != ports.end();) {
-        const auto last = std::adjacent_find(first, ports.end(), [](uint32_t a, uint32_t b) { return b != a + 1; });
-        const uint32_t end = last == ports.end() ? ports.back() : *last;
-        ranges.push_back(end == *first ? fmt::format("{}", end) : fmt::format("{}-{}", *first, end));
-        first = std::upper_bound(first, ports.end(), end);
-    }
-    return fmt::format("{} {}", ports.size() == 1 ? "port" : "ports", fmt::join(ranges, ", "));
+    return fmt::format("{} {}", ports.size() == 1 ? "port" : "ports", describe_numbers(ports));
 }
 
 Reading reading_of(const Register &which, uint32_t port, Fact<Bytes> bytes) {

@@ -47,6 +47,11 @@ std::vector<uint32_t> all_ports();
 // The ports whose bits are set, in ascending order; the bits above the last port are ignored.
 std::vector<uint32_t> ports_of(uint32_t word);
 
+// Numbers in ascending order: "0-3, 7"
+std::string describe_numbers(const std::vector<uint32_t> &numbers);
+// The same, with an end after the first few ranges: "0-3, 7, 9, 11, 13, 15 and more"
+std::string describe_some(const std::vector<uint32_t> &numbers);
+
 // "ports 0-3, 7", "port 7", "no port"
 std::string describe_ports(const std::vector<uint32_t> &ports);
 

@@ -10,8 +10,6 @@ namespace kslctl::hub {
 
 namespace {
 
-constexpr uint32_t kFirstVlan = 1;
-constexpr uint32_t kLastVlan = 4094;
 constexpr uint8_t kEnabled = 0x80;
 
 std::string describe_entry(uint32_t vid) {
@@ -38,6 +36,11 @@ void add_entries(VlanState &state, uint32_t chip, std::span<const uint32_t> vids
     for (const uint32_t vid : vids) {
         add_entry(state, vid, read_vlan_entry(chip, vid, failures));
     }
+}
+
+bool is_chosen(const ksl_vlan_entry &entry, VlanChoice choice) {
+    const bool has_ports = (entry.upper_map | entry.lower_map) != 0;
+    return entry.valid != 0 || (choice == VlanChoice::valid_or_with_ports && has_ports);
 }
 
 // A PVID may name a VLAN that the table cannot have.
@@ -75,14 +78,14 @@ Fact<Bytes> read_vlan_entry(uint32_t chip, uint32_t vid, Failures &failures) {
     return bytes;
 }
 
-Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures) {
+Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures, VlanChoice choice) {
     VlanTable table;
     for (uint32_t vid = kFirstVlan; vid <= kLastVlan; ++vid) {
         const Fact<Bytes> entry = read_vlan_entry(chip, vid, failures);
         if (!entry.is_read()) {
             return *entry.failure();
         }
-        if (ksl_decode_vlan_entry(entry->data()).valid != 0) {
+        if (is_chosen(ksl_decode_vlan_entry(entry->data()), choice)) {
             table[vid] = *entry;
         }
     }

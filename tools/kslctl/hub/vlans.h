@@ -9,6 +9,10 @@
 
 namespace kslctl::hub {
 
+// The VLANs that the table has entries for.
+inline constexpr uint32_t kFirstVlan = 1;
+inline constexpr uint32_t kLastVlan = 4094;
+
 struct Pvid {
     uint32_t vid;
     uint32_t priority;
@@ -23,9 +27,10 @@ Pvids read_pvids(uint32_t chip, Failures &failures);
 // Its bytes; ksl_decode_vlan_entry() takes them apart.
 Fact<Bytes> read_vlan_entry(uint32_t chip, uint32_t vid, Failures &failures);
 
-// The valid entries of the whole table by VLAN. The first failure ends the reading.
+// Entries of the whole table by VLAN. The first failure ends the reading.
 using VlanTable = std::map<uint32_t, Bytes>;
-Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures);
+enum class VlanChoice { valid, valid_or_with_ports };
+Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures, VlanChoice choice = VlanChoice::valid);
 
 struct PortPvid {
     uint32_t port;
