@@ -24,9 +24,9 @@ A case file (cases/*.cases) has, for each case, its name and what happens, line 
   run TOOL ARGUMENT...
 
 Everywhere \\uXXXX is the character of that number, {tmp} is the folder of the case, {scenarios} that of the simulated
-hub's scenario files, {lib} that of the built libraries, and {standins} that of the libraries that were built for these
-tests. HWA_SIM_DIR is {tmp}/hub. The expected text shows each run with its output, and before it what was set for it.
-What differs from run to run is replaced as VOLATILE says.
+hub's scenario files, {faults} that of the scenarios with faults, {lib} that of the built libraries, and {standins} that
+of the libraries that were built for these tests. HWA_SIM_DIR is {tmp}/hub. The expected text shows each run with its
+output, and before it what was set for it. What differs from run to run is replaced as VOLATILE says.
 """
 
 import argparse
@@ -129,7 +129,7 @@ class Runner:
 
     def places(self):
         return (("{tmp}", str(self.folder)), ("{scenarios}", self.options.scenarios),
-                ("{standins}", self.options.standins), ("{lib}", self.options.lib))
+                ("{faults}", str(HERE / "faults")), ("{standins}", self.options.standins), ("{lib}", self.options.lib))
 
     def do_native(self, _):
         pass

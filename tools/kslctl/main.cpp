@@ -52,7 +52,8 @@ Environment (hwa-sim(7) describes the simulated hub):
 Exit status:
   0  done
   1  done, and the answer is no: "validate" and "trunk check" answer a question,
-     and "reset", "hub-config" and "mac-filter" ask you one
+     and "reset", "hub-config" and "mac-filter" ask you one; or "diagnose" found
+     something
   2  the command line is wrong
   3  something could not be done; stderr names it and the code, and the rest is
      shown)";
@@ -168,6 +169,7 @@ int run(int argc, char **argv) {
     Commands commands(app, options);
     add_status_commands(commands);
     add_port_commands(commands);
+    add_diagnose_command(commands);
     add_vlan_commands(commands);
     add_validate_commands(commands);
     add_mib_commands(commands);

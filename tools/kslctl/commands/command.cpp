@@ -37,6 +37,11 @@ Result of_each_chip(Context &context, const std::function<views::Shown(uint32_t 
     return result;
 }
 
+std::string command_line_of(const Options &options, uint32_t chip) {
+    return fmt::format("kslctl{}{}", options.simulate ? " --simulate" : "",
+                       chip == 0 ? "" : fmt::format(" --chip {}", chip));
+}
+
 views::Shown change(Context &context, uint32_t chip, const hub::Change &change, const NumberSet &ports) {
     return views::changes(hub::change_ports(chip, ports, change, context.options.dry_run, context.failures),
                           context.options.raw, context.style);

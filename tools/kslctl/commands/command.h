@@ -86,6 +86,9 @@ struct Context {
 // heading.
 Result of_each_chip(Context &context, const std::function<views::Shown(uint32_t chip)> &look);
 
+// How a proposed command for that chip begins: "kslctl --simulate --chip 1".
+std::string command_line_of(const Options &options, uint32_t chip);
+
 // Facts as their view has them, or with --raw the registers that they come from.
 template <typename Facts, typename View>
 views::Shown view_or_raw(const Context &context, const Facts &facts, const View &view) {
@@ -185,6 +188,7 @@ private:
 // One for each family of operations.
 void add_status_commands(Commands &commands);
 void add_port_commands(Commands &commands);
+void add_diagnose_command(Commands &commands);
 void add_vlan_commands(Commands &commands);
 void add_validate_commands(Commands &commands);
 void add_mib_commands(Commands &commands);

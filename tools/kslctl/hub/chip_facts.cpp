@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kslctl/hub/chip_facts.h"
+
+#include <ksl/decode.h>
+
+namespace kslctl::hub {
+
+namespace {
+
+Mirroring read_mirroring(uint32_t chip, Failures &failures) {
+    const auto ports = [](const Bytes &mask) { return ports_of(ksl_value32(mask.data())); };
+    return {read(registers::mirror_control, chip, 0, failures).map(decode_mirror_control),
+            read(registers::ingress_mirror_mask, chip, 0, failures).map(ports),
+            read(registers::egress_mirror_mask, chip, 0, failures).map(ports)};
+}
+
+Fact<VlanEntries> read_vlans(uint32_t chip, Failures &failures) {
+    return read_vlan_table(chip, failures, VlanChoice::valid_or_with_ports).map([](const VlanTable &table) {
+        VlanEntries entries;
+        for (const auto &[vid, bytes] : table) {
+            entries[vid] = ksl_decode_vlan_entry(bytes.data());
+        }
+        return entries;
+    });
+}
+
+} // namespace
+
+ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch,
+                          Failures &failures) {
+    const Fact<LinkChanges> changes = watch ? watch_links(chip, *watch, failures) : Fact<LinkChanges>();
+    ChipFacts facts{.by_number = !ports.empty(),
+                    .status = read_status(chip,
+                                          {&registers::self_test, &registers::switch_mode, &registers::link_status,
+                                           &registers::port_speed, &registers::port_duplex, &registers::age_timer},
+                                          failures),
+                    .mirroring = read_mirroring(chip, failures),
+                    .trunks = read_trunks(chip, failures),
+                    .vlans_enabled = read(registers::vlan_enable, chip, 0, failures).map(decode_vlan_enable),
+                    .vlans = {},
+                    .ports = {}};
+    if (const Failure *const failure = facts.vlans_enabled.failure()) {
+        facts.vlans = *failure;
+    } else if (*facts.vlans_enabled) {
+        facts.vlans = read_vlans(chip, failures);
+    }
+    const std::vector<uint32_t> all = all_ports();
+    for (const PortLearning &learning : read_learning(chip, facts.by_number ? ports : all, failures)) {
+        const uint32_t port = learning.port;
+        facts.ports.push_back({.status = facts.status.ports[port],
+                               .control = read(registers::port_control, chip, port, failures).map(decode_port_control),
+                               .phy = read(registers::phy_control, chip, port, failures).map(decode_phy_control),
+                               .pvid = read(registers::pvid, chip, port, failures).map(decode_pvid),
+                               .learned = learning.learned,
+                               .learning_limit = learning.limit,
+                               .link_changes = changes.map([port](const LinkChanges &c) { return c[port]; })});
+    }
+    return facts;
+}
+
+bool has_port(const ksl_vlan_entry &vlan, uint32_t port) {
+    return ((vlan.upper_map | vlan.lower_map) >> port & 1) != 0;
+}
+
+} // namespace kslctl::hub

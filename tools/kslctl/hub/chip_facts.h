@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+// What there is to know about a chip and some of its ports, for a diagnosis.
+#pragma once
+
+#include "kslctl/hub/forwarding.h"
+#include "kslctl/hub/link_watch.h"
+#include "kslctl/hub/ports.h"
+#include "kslctl/hub/vlans.h"
+
+namespace kslctl::hub {
+
+struct PortFacts {
+    PortStatus status;
+    Fact<PortControl> control;
+    Fact<PhyControl> phy;
+    Fact<Pvid> pvid;
+    Fact<uint32_t> learned;
+    Fact<uint32_t> learning_limit;
+    Fact<uint32_t> link_changes; // within the watch; means nothing without one
+};
+
+// Which frames a chip mirrors, and to which ports. The masks also hold what they did before it was switched off.
+struct Mirroring {
+    Fact<MirrorControl> control;
+    Fact<std::vector<uint32_t>> ingress;
+    Fact<std::vector<uint32_t>> egress;
+};
+
+using VlanEntries = std::map<uint32_t, ksl_vlan_entry>;
+
+struct ChipFacts {
+    bool by_number; // the ports were asked for by their numbers, so that each of them is meant to be in use
+    ChipStatus status;
+    Mirroring mirroring;
+    Trunks trunks;
+    Fact<bool> vlans_enabled;
+    Fact<VlanEntries> vlans; // those that are valid or have ports; means nothing while VLAN support is off
+    std::vector<PortFacts> ports;
+};
+
+using Time = std::chrono::duration<double>;
+
+// Without ports, those of the whole chip. With a time, the links are watched first.
+ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch,
+                          Failures &failures);
+
+// Where the upper map of an entry begins; the lower one begins at bit 0.
+inline constexpr uint32_t kUpperMap = 27;
+
+// Whether a port is in one of the maps of a VLAN. Which of them says what is not known here.
+bool has_port(const ksl_vlan_entry &vlan, uint32_t port);
+
+} // namespace kslctl::hub
