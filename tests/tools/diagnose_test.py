@@ -20,6 +20,9 @@ HERE = pathlib.Path(__file__).resolve().parent
 DOCS = HERE.parents[1] / "docs"
 CHIPS = 8  # that a scenario may have
 COLUMNS = 80
+LINES = 24
+COUNTERS = (0x00, 0x08, 0x18, 0x1C, 0x30, 0x38, 0x50, 0x54, 0x58, 0x5C,
+            0x60, 0x64, 0x68, 0x70, 0x74, 0x78, 0x7C, 0x88, 0x90, 0x98)
 REFUSED = 2
 
 
@@ -35,6 +38,29 @@ def check(document, schema):
     schema = json.loads((DOCS / "schemas" / schema).read_text())
     resolver = jsonschema.RefResolver(base_uri=(DOCS / "schemas").as_uri() + "/", referrer=schema)
     jsonschema.Draft7Validator(schema, resolver=resolver).validate(document)
+
+
+def crowded_hub():
+    """A port with everything: all counters move, many VLANs, addresses and findings; trunk; mirrored in both ways and
+    mirror target."""
+    members = [vid for first in range(1000, 4000, 10) for vid in range(first, first + 3)]
+    rates = [{"offset": offset, "per_second": 4000000000} for offset in COUNTERS]
+    return {"name": "crowded", "chips": [{
+        "chip": 0,
+        "mode": {"managed": False, "forwarding": False},
+        "ports": [{"port": 22, "link": True, "phy_control": "0x2000", "pvid": 30, "priority": 7, "rates": rates},
+                  {"port": 23, "link": True, "speed": 10, "pvid": 30}],
+        "vlan": {"enabled": True, "entries": [
+            *({"vid": vid, "lower_map": "0x0400000"} for vid in members),
+            *({"vid": vid, "valid": False, "lower_map": "0x0400000"} for vid in range(1, 900, 2))]},
+        "addresses": [{"mac": f"02:00:00:00:{n >> 8:02x}:{n & 255:02x}", "port": 22, "static": n < 3}
+                      for n in range(4000)],
+        "registers": [{"page": "0x41", "offset": "0x9c", "bytes": "0f9d"},  # 3997, so many are not static
+                      {"page": "0x02", "offset": "0x10", "bytes": "80d55555"},
+                      {"page": "0x02", "offset": "0x14", "bytes": "00ffffff"},
+                      {"page": "0x02", "offset": "0x20", "bytes": "00ffffff"},
+                      {"page": "0x32", "offset": "0x00", "bytes": "02"},
+                      {"page": "0x32", "offset": "0x10", "bytes": "08d55555"}]}]}
 
 
 class Faults(unittest.TestCase):
@@ -84,6 +110,38 @@ class Faults(unittest.TestCase):
         check(document, "kslctl-diagnose.json")
         self.assertEqual(done.returncode, 3)
         self.assertTrue(all(chip["not_judged"] and not chip["findings"] for chip in document["chips"]))
+
+    def test_everything_about_a_port_fits_a_screen(self):
+        self.set_up(crowded_hub())
+        done = self.run_kslctl("--simulate", "port", "info", "22", "--for", "0.2")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assert_narrow(done.stdout)
+        self.assertLessEqual(done.stdout.count("\n"), LINES, done.stdout)
+        self.assertEqual(set(re.findall(r"0x(\w\w)=\d", done.stdout)), {f"{offset:02x}" for offset in COUNTERS})
+        for words in ("and more", "and 3997 more", "group 0", "received frames yes", "sent frames yes", "target yes",
+                      "[not_forwarding]", "more kslctl --simulate diagnose 22"):
+            self.assertIn(words, re.sub(r"\s+", " ", done.stdout))
+
+    def test_port_info_fits_a_screen_and_its_schema(self):
+        chips = self.set_up(next(hubs()))
+        done = self.run_kslctl("--simulate", "--chip", chips, "--json", "port", "info", "0-3", "--for", "0.01")
+        check(json.loads(done.stdout), "kslctl-port-info.json")
+        text = self.run_kslctl("--simulate", "--chip", chips, "port", "info", "2-3", "--for", "0.01").stdout
+        self.assert_narrow(text)
+        for screen in text.split("\n\n"):
+            self.assertLessEqual(screen.count("\n"), LINES, screen)
+
+    def test_port_info_without_readings_fits_its_schema(self):
+        self.environment["HWA_SIM_FAULTS"] = "any code=17"
+        self.set_up(next(hubs()))
+        done = self.run_kslctl("--simulate", "--json", "port", "info", "2", "--for", "0.01")
+        document = json.loads(done.stdout)
+        check(document, "kslctl-port-info.json")
+        self.assertEqual(done.returncode, 3)
+        port = document["chips"][0]["ports"][0]
+        facts = set(port) - {"port", "findings", "not_judged"}
+        self.assertEqual({key for key in facts if port[key] is not None}, set())
+        self.assertEqual(port["findings"], [])
 
     def test_each_rule_is_described(self):
         in_help = re.findall(r"(?m)^  (\w+) +(fault|warning|note) ", self.run_kslctl("diagnose", "--help").stdout)

@@ -169,6 +169,7 @@ int run(int argc, char **argv) {
     Commands commands(app, options);
     add_status_commands(commands);
     add_port_commands(commands);
+    add_port_info_command(commands);
     add_diagnose_command(commands);
     add_vlan_commands(commands);
     add_validate_commands(commands);

@@ -40,4 +40,12 @@ TEST(Fact, OnlyAValueIsSeenInAnotherWay) {
     EXPECT_EQ(asked, 1);
 }
 
+TEST(Fact, OnlyAValueThatIsSuchMeansSomething) {
+    const auto is_five = [](int value) { return value == 5; };
+    EXPECT_EQ(Fact<int>(5).where(is_five), Fact<int>(5));
+    EXPECT_EQ(Fact<int>(6).where(is_five), Fact<int>());
+    EXPECT_EQ(Fact<int>(kFailure).where(is_five), Fact<int>(kFailure));
+    EXPECT_EQ(Fact<int>().where(is_five), Fact<int>());
+}
+
 } // namespace

@@ -188,6 +188,7 @@ private:
 // One for each family of operations.
 void add_status_commands(Commands &commands);
 void add_port_commands(Commands &commands);
+void add_port_info_command(Commands &commands);
 void add_diagnose_command(Commands &commands);
 void add_vlan_commands(Commands &commands);
 void add_validate_commands(Commands &commands);

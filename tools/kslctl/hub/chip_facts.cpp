@@ -58,8 +58,34 @@ ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::o
     return facts;
 }
 
+Fact<std::vector<uint32_t>> mirror_targets(const ChipFacts &chip) {
+    return chip.mirroring.control.where([](const MirrorControl &control) { return control.enabled; })
+        .map([](const MirrorControl &control) { return control.capture_ports; });
+}
+
+Fact<std::vector<uint32_t>> trunk_members(const ChipFacts &chip) {
+    if (chip.trunks.enabled.is_read() && *chip.trunks.enabled) {
+        return chip.trunks.group0.where([](const TrunkGroup &group) { return group.flag; })
+            .map([](const TrunkGroup &group) { return group.ports; });
+    }
+    const Failure *const failure = chip.trunks.enabled.failure();
+    return failure != nullptr ? Fact<std::vector<uint32_t>>(*failure) : Fact<std::vector<uint32_t>>();
+}
+
 bool has_port(const ksl_vlan_entry &vlan, uint32_t port) {
     return ((vlan.upper_map | vlan.lower_map) >> port & 1) != 0;
+}
+
+Fact<std::vector<uint32_t>> vlans_of(const ChipFacts &chip, uint32_t port) {
+    return chip.vlans.map([port](const VlanEntries &entries) {
+        std::vector<uint32_t> vids;
+        for (const auto &[vid, vlan] : entries) {
+            if (vlan.valid != 0 && has_port(vlan, port)) {
+                vids.push_back(vid);
+            }
+        }
+        return vids;
+    });
 }
 
 } // namespace kslctl::hub

@@ -44,10 +44,19 @@ using Time = std::chrono::duration<double>;
 ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch,
                           Failures &failures);
 
+// The capture ports while mirroring is on.
+Fact<std::vector<uint32_t>> mirror_targets(const ChipFacts &chip);
+
+// The members of group 0 while trunks are on and its flag is set. The library reads no other group.
+Fact<std::vector<uint32_t>> trunk_members(const ChipFacts &chip);
+
 // Where the upper map of an entry begins; the lower one begins at bit 0.
 inline constexpr uint32_t kUpperMap = 27;
 
 // Whether a port is in one of the maps of a VLAN. Which of them says what is not known here.
 bool has_port(const ksl_vlan_entry &vlan, uint32_t port);
+
+// The valid VLANs that have the port, while VLAN support is on.
+Fact<std::vector<uint32_t>> vlans_of(const ChipFacts &chip, uint32_t port);
 
 } // namespace kslctl::hub

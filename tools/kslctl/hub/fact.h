@@ -56,6 +56,12 @@ public:
         return {};
     }
 
+    // The same fact, which means nothing if its value is not such.
+    template <typename Condition>
+    Fact where(const Condition &is_such) const {
+        return is_read() && !is_such(**this) ? Fact() : *this;
+    }
+
     bool operator==(const Fact &) const = default;
 
 private:

@@ -27,13 +27,8 @@ Verdict over(const Judge &judge, const Fact<T> &fact, const Fact<Others> &...oth
     return over([&](const Others &...values) { return judge(*fact, values...); }, others...);
 }
 
-// A fact that means nothing unless its value is such.
-template <typename T, typename Condition>
-Fact<T> where(const Fact<T> &fact, const Condition &is_such) {
-    return fact.is_read() && !is_such(*fact) ? Fact<T>() : fact;
-}
 Fact<bool> where_true(const Fact<bool> &fact) {
-    return where(fact, [](bool value) { return value; });
+    return fact.where([](bool value) { return value; });
 }
 
 Verdict met_if(bool is_met, const Sight &sight) {
@@ -112,11 +107,6 @@ bool has_link(const ChipFacts &chip, uint32_t port) {
     return *chip.status.ports[port].link;
 }
 
-Fact<Ports> mirror_targets(const ChipFacts &chip) {
-    return where(chip.mirroring.control, [](const MirrorControl &control) { return control.enabled; })
-        .map([](const MirrorControl &control) { return control.capture_ports; });
-}
-
 Verdict mirror_target_is_source(const ChipFacts &chip) {
     const auto judge = [](const Ports &targets, const Ports &ingress, const Ports &egress) {
         std::string text;
@@ -141,14 +131,6 @@ Verdict mirror_target_no_link(const ChipFacts &chip) {
                                       fmt::format("{}", fmt::join(down, ",")), down});
     };
     return over(judge, mirror_targets(chip), links(chip));
-}
-
-// The members of group 0, while trunks are on and the flag of the group is set. The library reads no other group.
-Fact<Ports> trunk_members(const ChipFacts &chip) {
-    const Fact<bool> enabled = where_true(chip.trunks.enabled);
-    return enabled.is_read() ? where(chip.trunks.group0, [](const TrunkGroup &group) { return group.flag; })
-                                   .map([](const TrunkGroup &group) { return group.ports; })
-                             : enabled.map([](bool) { return Ports(); });
 }
 
 Verdict trunk_member_no_link(const ChipFacts &chip) {
@@ -272,7 +254,7 @@ Verdict no_link(const ChipFacts &chip, const PortFacts &port) {
         }
         return Sight{bit_of(registers::link_status, 0, port.status.port, 0)};
     };
-    return over(judge, where(port.status.link, [](bool link) { return !link; }));
+    return over(judge, port.status.link.where([](bool link) { return !link; }));
 }
 
 // ---- VLANs and addresses ----

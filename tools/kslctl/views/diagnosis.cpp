@@ -2,6 +2,7 @@
 #include "kslctl/views/diagnosis.h"
 
 #include "kslctl/views/listing.h"
+#include "kslctl/views/paragraph.h"
 
 #include <fmt/ranges.h>
 
@@ -9,7 +10,6 @@ namespace kslctl::views {
 
 namespace {
 
-constexpr size_t kWidth = 80;
 constexpr size_t kIndentation = 9;
 
 // A finding with what is put before its command.
@@ -42,39 +42,19 @@ const Columns<Row> kFindingColumns = {
     {"try", "command", Align::left, [](const Row &row) { return text_cell(row.kslctl + " " + row.finding.command); }},
 };
 
-// The words of a text, on lines that begin below each other and end before the edge of a terminal. The first line
-// begins after `head`, whose width it is given because emphasis has none.
-std::string paragraph(const std::string &head, size_t head_width, const std::string &text) {
-    std::string lines = head + std::string(kIndentation - head_width, ' ');
-    size_t column = kIndentation;
-    for (size_t begin = 0; begin < text.size();) {
-        const size_t end = std::min(text.find(' ', begin), text.size());
-        const size_t length = end - begin;
-        const bool is_first = column == kIndentation;
-        if (!is_first && column + 1 + length > kWidth) {
-            lines += "\n" + std::string(kIndentation, ' ');
-            column = kIndentation;
-        } else if (!is_first) {
-            lines += " ";
-            ++column;
-        }
-        lines += text.substr(begin, length);
-        column += length;
-        begin = end + 1;
-    }
-    return lines + "\n";
+// "the port is switched off [port_off]"
+std::string title_of(const hub::Rule &rule) {
+    return fmt::format("{} [{}]", rule.title, rule.id);
 }
 
 std::string text_of(const Row &row, const Style &style) {
     const hub::Rule &rule = *row.finding.rule;
     const std::string subject = row.finding.ports.empty() ? "chip" : hub::describe_ports(row.finding.ports);
-    const std::string severity = severity_text(rule.severity);
     std::string text =
-        paragraph(style.heading(severity), severity.size(), fmt::format("{}: {} [{}]", subject, rule.title, rule.id));
+        paragraph(severity_text(rule.severity), kIndentation, fmt::format("{}: {}", subject, title_of(rule)), style);
     for (const Column<Row> &column : kFindingColumns) {
         if (column.heading != nullptr) {
-            const std::string head = fmt::format("  {}", column.heading);
-            text += paragraph(head, head.size(), column.cell(row).text);
+            text += paragraph(fmt::format("  {}", column.heading), kIndentation, column.cell(row).text, Style(false));
         }
     }
     return text;
@@ -94,7 +74,7 @@ const Columns<hub::NotJudged> kNotJudgedColumns = {
 };
 
 // Rules that one failure hides at the same ports are named together.
-std::string text_of(const std::vector<hub::NotJudged> &list) {
+std::string text_of(const std::vector<hub::NotJudged> &list, const Style &style) {
     std::vector<std::pair<std::string, std::vector<std::string>>> paragraphs;
     for (const hub::NotJudged &row : list) {
         const std::string head = fmt::format("{}, so not judged{}", reason(row),
@@ -107,7 +87,8 @@ std::string text_of(const std::vector<hub::NotJudged> &list) {
     }
     std::string text;
     for (const auto &[head, rules] : paragraphs) {
-        text += "\n" + paragraph("?", 1, fmt::format("{}: {}", head, fmt::join(rules, ", ")));
+        text +=
+            "\n" + paragraph(tools::kNotRead, kIndentation, fmt::format("{}: {}", head, fmt::join(rules, ", ")), style);
     }
     return text;
 }
@@ -126,8 +107,22 @@ Shown diagnosis(const hub::Diagnosis &diagnosis, const std::string &kslctl, cons
         shown.text =
             diagnosis.not_judged.empty() ? "nothing found\n" : "nothing found by the rules that could be judged\n";
     }
-    shown.text += text_of(diagnosis.not_judged);
+    shown.text += text_of(diagnosis.not_judged, style);
     return shown;
+}
+
+std::vector<std::string> short_findings(const hub::Diagnosis &diagnosis, const Style &style) {
+    std::vector<std::string> lines;
+    for (const hub::Finding &finding : diagnosis.findings) {
+        const hub::Rule &rule = *finding.rule;
+        lines.push_back(paragraph(severity_text(rule.severity), kIndentation, title_of(rule), style));
+    }
+    if (const size_t count = diagnosis.not_judged.size(); count != 0) {
+        const std::string text =
+            fmt::format("{} not judged", count == 1 ? "a rule is" : fmt::format("{} rules are", count));
+        lines.push_back(paragraph(tools::kNotRead, kIndentation, text, style));
+    }
+    return lines;
 }
 
 std::string rule_list() {
