@@ -164,6 +164,12 @@ const Row kRows[] = {
      {"port speed 2 100", "port show 2"},
      "getreg page=1 offset=0x1c short=3"},
     // The worst first.
+    {"two-half_duplex-port_off",
+     {"port_off 2", "half_duplex 0"},
+     {"port control of port 2 (page 0x00, offset 0xd2), bits 1 and 0: 1",
+      "PHY control of port 0 (page 0x10, offset 0x00), bit 12: 1; port duplex status (page 0x01, offset 0x1c), bit 0: "
+      "0"},
+     {"port up 2", "mib 0 --delta 5"}},
     {"two-port_off-not_forwarding",
      {"not_forwarding", "port_off 2"},
      {"switch mode (page 0x00, offset 0x00), bit 1: 0",
