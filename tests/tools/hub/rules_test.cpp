@@ -123,7 +123,7 @@ const Row kRows[] = {
      {"learning_limit 0"},
      {"learned addresses of port 0 (page 0x41, offset 0x30), bits 12 to 0: 1; learning limit of port 0 (page 0x41, "
       "offset 0x70), bits 12 to 0: 1"},
-     {"arl --all-ports --port 0"}},
+     {"arl --port 0"}},
     {"mirror_target_is_source",
      {"mirror_target_is_source 2"},
      {"mirror control (page 0x02, offset 0x10), bit 2: 1; egress mirror mask (page 0x02, offset 0x20), bit 2: 1"},

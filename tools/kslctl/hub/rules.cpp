@@ -470,7 +470,7 @@ constexpr Rule kRules[] = {
      .title = "the learning limit is reached",
      .meaning = "The port may learn no further address. Only the chip knows what becomes of frames from further "
                 "stations.",
-     .command = "arl --all-ports --port {}",
+     .command = "arl --port {}",
      .of_port = learning_limit},
     {.id = "no_ageing",
      .severity = Severity::note,

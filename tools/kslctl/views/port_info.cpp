@@ -64,6 +64,11 @@ Cell limit(const Row &row) {
     return cell(row.info.port().learning_limit, number);
 }
 
+Cell pvid(const Row &row) {
+    return cell(row.info.port().pvid,
+                [](const hub::Pvid &value) { return value_of(hub::registers::pvid, hub::pvid_bytes(value)); });
+}
+
 // ---- Lines ----
 
 Cell state(const Row &row) {
@@ -80,7 +85,7 @@ Cell link_line(const Row &row) {
 }
 
 Cell pvid_line(const Row &row) {
-    return {fmt::format("{}; VLAN support {}", cell(row.info.port().pvid, pvid).text, enabled(row).text), {}};
+    return {fmt::format("{}; VLAN support {}", pvid(row).text, enabled(row).text), {}};
 }
 
 Cell learned_line(const Row &row) {
@@ -170,7 +175,7 @@ const Columns<Row> kInfoColumns = {
     {"link", nullptr, Align::left, link_line},
     {"PHY", "phy_control", Align::left, [](const Row &row) { return cell(row.info.port().phy, phy_control); }},
     {nullptr, "vlan_enabled", Align::left, enabled},
-    {nullptr, "pvid", Align::left, [](const Row &row) { return cell(row.info.port().pvid, pvid); }},
+    {nullptr, "pvid", Align::left, pvid},
     {"PVID", nullptr, Align::left, pvid_line},
     {"member of", "vlans", Align::left, vlans},
     {nullptr, "learned", Align::left, learned},
