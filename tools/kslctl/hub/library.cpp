@@ -27,9 +27,6 @@ std::string own_folder() {
 constexpr const char *kLowerLibraries[] = {"libhwa.so", "libqrthwa.gen1.so"};
 constexpr const char *kSimulatedHub = kLowerLibraries[0];
 
-// Of the lower library that is open, if it has one.
-decltype(&hwa_getreg) getreg_of_lower_library = nullptr;
-
 // What the loader says of a library that it found and cannot open; empty for one that it did not find, which it calls
 // by its bare name.
 std::string loader_problem(const char *name) {
@@ -58,7 +55,15 @@ std::string path_of_simulator(const std::string &library) {
 // start of the program: it finds this one, which goes on to the lower library.
 extern "C" [[gnu::visibility("default")]] int32_t hwa_getreg(uint8_t chip, uint8_t page, uint8_t offset,
                                                              uint32_t length, uint8_t *buffer) {
-    return getreg_of_lower_library != nullptr ? getreg_of_lower_library(chip, page, offset, length, buffer) : -1;
+    for (const char *name : kLowerLibraries) {
+        if (void *const library = dlopen(name, RTLD_LAZY | RTLD_NOLOAD)) {
+            const auto getreg = reinterpret_cast<decltype(&hwa_getreg)>(dlsym(library, "hwa_getreg"));
+            const int32_t result = getreg != nullptr ? getreg(chip, page, offset, length, buffer) : -1;
+            dlclose(library);
+            return result;
+        }
+    }
+    return -1;
 }
 
 Library::Library(bool simulate) {
@@ -76,7 +81,6 @@ Library::Library(bool simulate) {
 Library::~Library() {
     if (open_) {
         ksl_terminate();
-        getreg_of_lower_library = nullptr;
     }
     if (simulated_hub_ != nullptr) {
         dlclose(simulated_hub_);
@@ -103,7 +107,6 @@ void Library::look_at_lower_library() {
             continue;
         }
         lower_library_ = name;
-        getreg_of_lower_library = reinterpret_cast<decltype(&hwa_getreg)>(dlsym(library, "hwa_getreg"));
         if (const auto text = reinterpret_cast<decltype(&hwa_simulation)>(dlsym(library, "hwa_simulation"))) {
             simulation_ = text();
         }
