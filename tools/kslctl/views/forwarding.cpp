@@ -2,6 +2,7 @@
 #include "kslctl/views/forwarding.h"
 
 #include "kslctl/views/listing.h"
+#include "kslctl/views/values.h"
 
 namespace kslctl::views {
 
@@ -9,15 +10,6 @@ namespace {
 
 using hub::PortLearning;
 using hub::Trunks;
-
-Cell trunk_control(bool enabled) {
-    return {enabled ? "on" : "off", enabled};
-}
-
-Cell trunk_group(const hub::TrunkGroup &group) {
-    return {fmt::format("flag {}, {}", group.flag ? "set" : "clear", hub::describe_ports(group.ports)),
-            {{"flag", group.flag}, {"ports", group.ports}}};
-}
 
 const Columns<Trunks> kTrunkColumns = {
     {"trunk control", "enabled", Align::left, [](const Trunks &t) { return cell(t.enabled, trunk_control); }},

@@ -17,19 +17,6 @@ using hub::PortState;
 using hub::PortStatus;
 namespace registers = hub::registers;
 
-Cell self_test(const hub::SelfTest &test) {
-    const char *const verdict = test.passed ? "passed" : "failed";
-    return {test.failed_ports.empty() ? verdict
-                                      : fmt::format("{} (ports {})", verdict, fmt::join(test.failed_ports, ", ")),
-            {{"passed", test.passed}, {"failed_ports", test.failed_ports}}};
-}
-
-Cell mode(const hub::Mode &mode) {
-    return {fmt::format("{}, {}", mode.managed ? "managed" : "unmanaged",
-                        mode.forwarding ? "forwarding" : "not forwarding"),
-            {{"managed", mode.managed}, {"forwarding", mode.forwarding}}};
-}
-
 // A value, and the register that it comes from.
 template <typename Row>
 struct Source {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/views/values.h"
 
-#include "kslctl/hub/forwarding.h"
 #include "kslctl/views/raw.h"
 #include "kslctl/views/vlans.h"
 
-#include <fmt/core.h>
+#include <fmt/ranges.h>
 #include <ksl/decode.h>
 
 namespace kslctl::views {
@@ -18,15 +17,7 @@ struct RegisterValue {
 };
 
 Cell port_mask(const hub::Bytes &bytes) {
-    const std::vector<uint32_t> ports = hub::ports_of(ksl_value32(bytes.data()));
-    return {hub::describe_ports(ports), ports};
-}
-
-Cell mirror_control(const hub::Bytes &bytes) {
-    const auto [enabled, ports] = hub::decode_mirror_control(bytes);
-    return {fmt::format("{}, {}", enabled ? "on" : "off",
-                        ports.empty() ? "no capture port" : "capture " + hub::describe_ports(ports)),
-            {{"enabled", enabled}, {"capture_ports", ports}}};
+    return port_numbers(hub::ports_of(ksl_value32(bytes.data())));
 }
 
 Cell pvid(const hub::Bytes &bytes) {
@@ -40,7 +31,8 @@ constexpr RegisterValue kValues[] = {
      [](const hub::Bytes &bytes) { return port_control(hub::decode_port_control(bytes)); }},
     {&hub::registers::phy_control, [](const hub::Bytes &bytes) { return phy_control(hub::decode_phy_control(bytes)); }},
     {&hub::registers::age_timer, [](const hub::Bytes &bytes) { return number(ksl_age_time(bytes.data())); }},
-    {&hub::registers::mirror_control, mirror_control},
+    {&hub::registers::mirror_control,
+     [](const hub::Bytes &bytes) { return mirror_control(hub::decode_mirror_control(bytes)); }},
     {&hub::registers::ingress_mirror_mask, port_mask},
     {&hub::registers::egress_mirror_mask, port_mask},
     {&hub::registers::learning_limit, [](const hub::Bytes &bytes) { return number(hub::decode_learning(bytes)); }},
@@ -51,11 +43,6 @@ constexpr RegisterValue kValues[] = {
      }},
 };
 
-Cell duplex_cell(hub::Duplex duplex) {
-    const char *const text = duplex == hub::Duplex::full ? "full" : "half";
-    return {text, text};
-}
-
 } // namespace
 
 Cell port_control(hub::PortControl control) {
@@ -64,8 +51,30 @@ Cell port_control(hub::PortControl control) {
     return {text, text};
 }
 
+Cell self_test(const hub::SelfTest &test) {
+    const char *const verdict = test.passed ? "passed" : "failed";
+    return {test.failed_ports.empty() ? verdict
+                                      : fmt::format("{} (ports {})", verdict, fmt::join(test.failed_ports, ", ")),
+            {{"passed", test.passed}, {"failed_ports", test.failed_ports}}};
+}
+
+Cell mode(const hub::Mode &mode) {
+    return {fmt::format("{}, {}", mode.managed ? "managed" : "unmanaged",
+                        mode.forwarding ? "forwarding" : "not forwarding"),
+            {{"managed", mode.managed}, {"forwarding", mode.forwarding}}};
+}
+
+Cell link_state(bool link) {
+    return {link ? "up" : "down", link};
+}
+
+Cell duplex_mode(hub::Duplex duplex) {
+    const char *const text = duplex == hub::Duplex::full ? "full" : "half";
+    return {text, text};
+}
+
 Cell link(const hub::PortStatus &port) {
-    return cell(port.link, [](bool link) { return Cell{link ? "up" : "down", link}; });
+    return cell(port.link, link_state);
 }
 
 Cell speed(const hub::PortStatus &port) {
@@ -73,11 +82,31 @@ Cell speed(const hub::PortStatus &port) {
 }
 
 Cell duplex(const hub::PortStatus &port) {
-    return cell(port.duplex, duplex_cell);
+    return cell(port.duplex, duplex_mode);
+}
+
+Cell trunk_control(bool enabled) {
+    return {enabled ? "on" : "off", enabled};
+}
+
+Cell trunk_group(const hub::TrunkGroup &group) {
+    return {fmt::format("flag {}, {}", group.flag ? "set" : "clear", hub::describe_ports(group.ports)),
+            {{"flag", group.flag}, {"ports", group.ports}}};
+}
+
+Cell mirror_control(const hub::MirrorControl &control) {
+    const auto &[enabled, ports] = control;
+    return {fmt::format("{}, {}", enabled ? "on" : "off",
+                        ports.empty() ? "no capture port" : "capture " + hub::describe_ports(ports)),
+            {{"enabled", enabled}, {"capture_ports", ports}}};
+}
+
+Cell port_numbers(const std::vector<uint32_t> &ports) {
+    return {hub::describe_ports(ports), ports};
 }
 
 Cell phy_control(const hub::PhyControl &phy) {
-    const Cell mode = duplex_cell(phy.duplex);
+    const Cell mode = duplex_mode(phy.duplex);
     return {fmt::format("{} {} {}{}{}{}{}", phy.negotiates ? "auto" : "forced", phy.speed, mode.text,
                         phy.loopback ? ", loopback" : "", phy.power_down ? ", power down" : "",
                         phy.isolated ? ", isolated" : "", phy.reset ? ", reset" : ""),
