@@ -7,8 +7,6 @@ namespace tools {
 
 namespace {
 
-constexpr std::string_view kBold = "\x1b[1m";
-constexpr std::string_view kRed = "\x1b[31m";
 constexpr std::string_view kPlain = "\x1b[0m";
 
 // Characters of UTF-8 text: all bytes but those that continue one.
@@ -16,18 +14,23 @@ size_t width_of(std::string_view text) {
     return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-std::string emphasised(std::string_view how, std::string_view text) {
-    return std::string(how) + std::string(text) + std::string(kPlain);
-}
-
 } // namespace
 
+std::string Style::coloured(Colour colour, std::string_view text) const {
+    constexpr const char *kBegin[] = {"",         "\x1b[1m",  "\x1b[2m",  "\x1b[31m",
+                                      "\x1b[32m", "\x1b[33m", "\x1b[35m", "\x1b[36m"};
+    if (!emphasis_ || colour == Colour::none) {
+        return std::string(text);
+    }
+    return kBegin[static_cast<size_t>(colour)] + std::string(text) + std::string(kPlain);
+}
+
 std::string Style::heading(std::string_view text) const {
-    return emphasis_ ? emphasised(kBold, text) : std::string(text);
+    return coloured(Colour::bold, text);
 }
 
 std::string Style::value(std::string_view text) const {
-    return emphasis_ && text == kNotRead ? emphasised(kRed, text) : std::string(text);
+    return coloured(text == kNotRead ? Colour::red : Colour::none, text);
 }
 
 std::string Table::render(const Style &style) const {

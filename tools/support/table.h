@@ -12,9 +12,13 @@ namespace tools {
 inline constexpr std::string_view kNotRead = "?";
 inline constexpr std::string_view kNothing = "-";
 
+enum class Colour { none, bold, dim, red, green, yellow, magenta, cyan };
+
 class Style {
 public:
     explicit Style(bool emphasis) : emphasis_(emphasis) {}
+
+    std::string coloured(Colour colour, std::string_view text) const;
 
     std::string heading(std::string_view text) const;
     // A value; the mark of one that could not be read stands out.
