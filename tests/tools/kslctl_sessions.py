@@ -170,7 +170,7 @@ class Watch(Session):
         process = self.start(*words, stdout=writing_end)
         os.close(writing_end)
         text = ""
-        while text.count(CLEARED) < 3:
+        while text.count(CLEARED) < 4:
             text += os.read(terminal, 65536).decode()
         process.send_signal(signal.SIGINT)
         with contextlib.suppress(OSError):  # the other end is closed
@@ -178,8 +178,9 @@ class Watch(Session):
                 pass
         os.close(terminal)
         process.wait(PATIENCE)
-        before, *frames = text.replace("\r\n", "\n").split(CLEARED)
+        before, waiting, *frames = text.replace("\r\n", "\n").split(CLEARED)
         self.assertEqual(before, "")
+        self.assertIn("after the first", waiting)
         return [re.sub(r" +\d+\.\d/s", " <rate>", frame).splitlines() for frame in frames[:2]]
 
     def test_a_terminal_is_redrawn(self):

@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <fmt/core.h>
-#include <sys/ioctl.h>
 #include <thread>
-#include <unistd.h>
 
 namespace kslctl {
 
@@ -67,14 +65,13 @@ Result run_delta(Context &context, const Arguments &arguments) {
 // As much as a terminal has room for.
 std::string redrawn(const std::string &text) {
     constexpr char kFromTheTop[] = "\x1b[H\x1b[2J";
-    winsize size{};
-    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 1;
+    const size_t rows = tools::Terminal::size().rows;
     const auto lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-    if (!known || lines < size.ws_row) {
+    if (lines < rows) {
         return kFromTheTop + text;
     }
     // The last line of the screen is the cursor's, and the one above says what is missing.
-    const size_t shown = size.ws_row - size_t{2};
+    const size_t shown = std::max(rows, size_t{2}) - 2;
     size_t end = 0;
     for (size_t line = 0; line < shown; ++line) {
         end = text.find('\n', end) + 1;
@@ -92,11 +89,21 @@ std::string failures_of(const Report &report) {
     return text;
 }
 
+// Until there is something to show.
+std::string waiting(const Arguments &arguments) {
+    return fmt::format("{} of {} after the first {} s; q ends\n", arguments.nonzero ? "rates that are not 0" : "rates",
+                       arguments.ports.empty() ? "all ports" : hub::describe_ports(arguments.ports),
+                       arguments.watch->count());
+}
+
 Result run_watch(Context &context, const Arguments &arguments) {
-    Watch watch(*arguments.watch);
+    Watch watch(*arguments.watch, context.can_redraw ? std::optional(tools::Terminal::Screen::shared) : std::nullopt);
     Readings before = read_chips(context, arguments);
     bool goes_on = true;
-    while (goes_on && watch.wait()) {
+    if (context.can_redraw) {
+        goes_on = context.show({.text = redrawn(failures_of(context.report) + waiting(arguments))});
+    }
+    while (goes_on && watch.wait_for_interval()) {
         Readings now = read_chips(context, arguments);
         const Readings changes = wanted(arguments, changes_since(before, now));
         Result result = show(context, changes);
@@ -148,8 +155,9 @@ only a failure of the last one, 0x98; any other counter that fails is 0.
   --delta        reads twice, and shows the change of each counter and its rate
   --watch        shows the rates after each interval: on a terminal in place,
                  elsewhere on one line for each port, with --json as one
-                 document on a line. It ends at Ctrl-C or when nobody reads the
-                 output any more; the exit status is 0 if nothing failed
+                 document on a line. It ends at Ctrl-C, on a terminal at q, or
+                 when nobody reads the output any more; the exit status is 0 if
+                 nothing failed
   --openmetrics  writes the text format that "promtool check metrics" reads.
                  ksl_mib_readable is 0 for a port that could not be read. The
                  collector treats a counter that wraps around as one that was
