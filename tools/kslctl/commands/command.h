@@ -51,6 +51,9 @@ public:
     // A failure of anything else, as one sentence.
     void fail(const std::string &sentence) { keep(views::failure(sentence)); }
 
+    // A failure that may end yet: only for the next document.
+    void mention(const hub::Failure &failure) { errors_.push_back(views::failure(failure, simulated_).json); }
+
     // What the user should know although nothing went wrong.
     static void note(const std::string &sentence) { tools::complain("kslctl note", sentence); }
 
@@ -193,6 +196,7 @@ void add_diagnose_command(Commands &commands);
 void add_vlan_commands(Commands &commands);
 void add_validate_commands(Commands &commands);
 void add_mib_commands(Commands &commands);
+void add_monitor_commands(Commands &commands);
 void add_arl_commands(Commands &commands);
 void add_forwarding_commands(Commands &commands);
 void add_hub_commands(Commands &commands);
