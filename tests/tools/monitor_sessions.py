@@ -11,6 +11,7 @@ import os
 import pathlib
 import re
 import select
+import shlex
 import signal
 import struct
 import subprocess
@@ -157,12 +158,14 @@ class Terminal(Monitored):
         fcntl.ioctl(self.terminal, termios.TIOCSWINSZ, struct.pack("HHHH", rows, columns, 0, 0))
 
     def open(self, rows, columns, *words):
+        return self.run_there(rows, columns, [*EMULATOR, f"{BIN}/kslctl", "--simulate", *words])
+
+    def run_there(self, rows, columns, command):
         self.resize(rows, columns)
         take_terminal = lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0)
         with self.errors.open("wb") as errors:
-            process = subprocess.Popen([*EMULATOR, f"{BIN}/kslctl", "--simulate", *words], env=self.environment,
-                                       stdin=self.other_end, stdout=self.other_end, stderr=errors,
-                                       start_new_session=True, preexec_fn=take_terminal)
+            process = subprocess.Popen(command, env=self.environment, stdin=self.other_end, stdout=self.other_end,
+                                       stderr=errors, start_new_session=True, preexec_fn=take_terminal)
         self.addCleanup(lambda: (process.kill(), process.wait()))
         return process
 
@@ -182,6 +185,12 @@ class Terminal(Monitored):
             self.assertLess(time.monotonic(), end, f"it was not shown in time, but: {self.text[-3000:]}")
             self.read_some()
         return self.frame()
+
+    def wait_for_text(self, text, count=1):
+        end = time.monotonic() + PATIENCE
+        while self.text.count(text) < count:
+            self.assertLess(time.monotonic(), end, f"it was not shown in time, but: {self.text[-3000:]}")
+            self.read_some()
 
     def press(self, keys):
         os.write(self.terminal, keys.encode())
@@ -291,10 +300,7 @@ class Picture(Terminal):
     def test_a_second_signal_ends_a_read_that_does_not_end(self):
         self.environment["HWA_SIM_FAULTS"] = "getreg page=1 offset=0x10 delay=3600s"
         process = self.open(24, 80, "monitor")
-        end = time.monotonic() + PATIENCE
-        while ENTER not in self.text:
-            self.assertLess(time.monotonic(), end)
-            self.read_some()
+        self.wait_for_text(ENTER)
         process.send_signal(signal.SIGTERM)
         with self.assertRaises(subprocess.TimeoutExpired):
             process.wait(0.3)
@@ -302,18 +308,19 @@ class Picture(Terminal):
         self.has_restored(process, -signal.SIGTERM)
 
     def test_it_is_stopped_and_goes_on(self):
-        process = self.open(24, 80, "monitor", "--interval", "3600")
+        monitor = shlex.join([*EMULATOR, f"{BIN}/kslctl", "--simulate", "monitor", "--interval", "3600"])
+        process = self.run_there(24, 80, ["sh", "-mc", f"{monitor}; stty -a; fg; echo status $?"])
         self.wait_for_frame(self.is_ready)
-        # Its parent has another session, so the system does not really stop it, and it goes on at once.
-        process.send_signal(signal.SIGTSTP)
-        end = time.monotonic() + PATIENCE
-        while self.text.count(ENTER) < 2:
-            self.assertLess(time.monotonic(), end)
-            self.read_some()
-        self.assertIn(LEAVE + ENTER, self.text)
+        self.press("\x1a")
+        # The shell's commands come in turn: the terminal is as usual while it is stopped.
+        self.wait_for_text(ENTER, 2)
+        between = self.text.split(LEAVE)[1]
+        self.assertRegex(between, r"(?s)[^-]icanon.*[^-]echo ")
         self.wait_for_frame(self.is_ready)
         self.press("q")
-        self.has_restored(process, 0)
+        self.wait_for_text("status 0\r\n")
+        self.assertEqual(process.wait(PATIENCE), 0)
+        self.assertEqual(self.text.count(LEAVE), 2)
 
     def test_failures_are_told_on_the_screen_and_in_the_end(self):
         self.environment["HWA_SIM_FAULTS"] = "getreg page=1 offset=0x10 code=17"
@@ -344,15 +351,9 @@ class Picture(Terminal):
 
 
 class Rates(Terminal):
-    def wait_for(self, what):
-        end = time.monotonic() + PATIENCE
-        while what not in self.text:
-            self.assertLess(time.monotonic(), end, self.text)
-            self.read_some()
-
     def test_mib_says_what_it_waits_for_and_ends_with_q(self):
         process = self.open(24, 80, "mib", "0-2", "--nonzero", "--watch", "3600")
-        self.wait_for("rates that are not 0 of ports 0-2 after the first 3600 s; q ends\r\n")
+        self.wait_for_text("rates that are not 0 of ports 0-2 after the first 3600 s; q ends\r\n")
         self.press("q")
         self.assertEqual(process.wait(PATIENCE), 0)
         self.assertEqual(termios.tcgetattr(self.other_end), self.mode)

@@ -36,7 +36,7 @@ Examples:
   kslctl hub expectation >before.json  save the VLAN settings, compare later:
   kslctl validate pvid --expect before.json
   kslctl mib --nonzero --watch 5       rates of the counters, every five seconds
-  kslctl monitor                       the ports and their traffic, as they change
+  kslctl monitor                       the ports and their traffic, live
   kslctl arl search --mac '*:1a'       addresses with this end, and their VLANs
   kslctl --simulate --trace bist       what the library did, step by step
   HWA_SIM_FAULTS='getreg page=1 offset=0x18 code=17' kslctl --simulate status
