@@ -13,17 +13,17 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::duration<double> kInterval{0.1};
-constexpr double kLeastIntervals = 2; // a link that goes and comes back needs three reads
+constexpr unsigned kLeastIntervals = 2; // a link that goes and comes back needs three reads
 
 } // namespace
 
 Fact<LinkChanges> watch_links(uint32_t chip, std::chrono::duration<double> time, Failures &failures) {
-    const double intervals = std::max(kLeastIntervals, std::ceil(time / kInterval));
+    const unsigned intervals = std::max(kLeastIntervals, static_cast<unsigned>(std::ceil(time / kInterval)));
     const auto interval = std::chrono::duration_cast<Clock::duration>(time / intervals);
     LinkChanges changes{};
     Fact<Bytes> before = read(registers::link_status, chip, 0, failures);
     Clock::time_point next = Clock::now();
-    for (double i = 0; i < intervals && before.is_read(); ++i) {
+    for (unsigned i = 0; i < intervals && before.is_read(); ++i) {
         next += interval;
         std::this_thread::sleep_until(next);
         const Fact<Bytes> now = read(registers::link_status, chip, 0, failures);

@@ -26,12 +26,12 @@ using Verdict = Fact<Sight>;
 // It has one of the two functions.
 struct Rule {
     const char *id; // for programs: never renamed
-    Severity severity;
     const char *title;
     const char *meaning;
     const char *command; // that mends it or tells more, with {} for its argument
     Verdict (*of_chip)(const ChipFacts &chip) = nullptr;
     Verdict (*of_port)(const ChipFacts &chip, const PortFacts &port) = nullptr;
+    Severity severity;
     bool explains_no_link = false;
 };
 

@@ -151,14 +151,14 @@ Cell counters_line(const Row &row) {
     const auto &of_port = row.info.counters.ports.begin()->second;
     const Json json = counters(row.info.counters, Style(false)).json["ports"][0]["counters"];
     const Cell text = cell(of_port, [](const std::vector<hub::CounterValue> &values) {
-        std::vector<std::string> rates;
+        std::string rates;
         for (const hub::CounterValue &value : values) {
-            rates.push_back(fmt::format("0x{:02x}={}", value.which->offset,
-                                        cell(value.change, [](const hub::CounterChange &change) {
-                                            return Cell{fmt::format("{:.1f}/s", change.per_second), {}};
-                                        }).text));
+            const Cell rate = cell(value.change, [](const hub::CounterChange &change) {
+                return Cell{fmt::format("{:.1f}/s", change.per_second), {}};
+            });
+            rates += fmt::format("{}0x{:02x}={}", rates.empty() ? "" : " ", value.which->offset, rate.text);
         }
-        return Cell{rates.empty() ? "none moves" : fmt::format("{}", fmt::join(rates, " ")), {}};
+        return Cell{rates.empty() ? "none moves" : rates, {}};
     });
     return {text.text, json};
 }
