@@ -12,7 +12,6 @@ namespace {
 
 using namespace kslctl;
 using namespace std::chrono_literals;
-using hub::Fact;
 using hub::Seconds;
 using testing::EndsWith;
 using testing::HasSubstr;

@@ -80,7 +80,7 @@ void on_death(int number) {
             sigaction(number, &former_deaths[i], nullptr);
         }
     }
-    raise(number); // comes when this handler ends
+    (void)raise(number); // comes when this handler ends
     errno = error;
 }
 
@@ -92,7 +92,7 @@ void on_stop(int number) {
     sigset_t stop;
     sigemptyset(&stop);
     sigaddset(&stop, number);
-    raise(number);
+    (void)raise(number);
     // The program stops in this call, and continues in it.
     pthread_sigmask(SIG_UNBLOCK, &stop, nullptr);
     sigaction(number, &own, nullptr);

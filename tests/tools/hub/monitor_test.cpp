@@ -2,7 +2,9 @@
 #include "hub.h"
 #include "kslctl/hub/monitor.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
+#include <utility>
 
 namespace {
 
@@ -35,14 +37,13 @@ PortStatus not_read(uint32_t port) {
 }
 
 Difference link_of(uint32_t port, Fact<SeenValue> before, bool now) {
-    return {&registers::link_status, port, before, now};
+    return {&registers::link_status, port, std::move(before), now};
 }
 
 std::vector<uint32_t> numbers(const std::vector<SeenPort> &ports) {
     std::vector<uint32_t> list;
-    for (const SeenPort &port : ports) {
-        list.push_back(port.status.port);
-    }
+    std::transform(ports.begin(), ports.end(), std::back_inserter(list),
+                   [](const SeenPort &port) { return port.status.port; });
     return list;
 }
 

@@ -19,7 +19,7 @@ void end_watch(int number) {
     if (ended != 0) {
         tools::Terminal::restore();
         (void)signal(number, SIG_DFL);
-        raise(number); // comes when this handler ends
+        (void)raise(number); // comes when this handler ends
     }
     ended = 1;
 }
@@ -39,12 +39,14 @@ Watch::Watch(std::chrono::duration<double> interval, std::optional<tools::Termin
     struct sigaction action {};
     action.sa_handler = end_watch;
     action.sa_flags = SA_RESTART;
-    for (size_t i = 0; i < std::size(kEndSignals); ++i) {
-        sigaction(kEndSignals[i], &action, &former_[i]);
+    for (const int number : kEndSignals) {
+        struct sigaction former {};
+        sigaction(number, &action, &former);
         // A program that "nohup" started goes on without its terminal.
-        if (kEndSignals[i] == SIGHUP && former_[i].sa_handler == SIG_IGN) {
-            sigaction(kEndSignals[i], &former_[i], nullptr);
+        if (number == SIGHUP && former.sa_handler == SIG_IGN) {
+            sigaction(number, &former, nullptr);
         }
+        former_.emplace_back(number, former);
     }
     if (screen) {
         terminal_.emplace(*screen);
@@ -53,8 +55,8 @@ Watch::Watch(std::chrono::duration<double> interval, std::optional<tools::Termin
 
 Watch::~Watch() {
     terminal_.reset();
-    for (size_t i = 0; i < std::size(kEndSignals); ++i) {
-        sigaction(kEndSignals[i], &former_[i], nullptr);
+    for (const auto &[number, former] : former_) {
+        sigaction(number, &former, nullptr);
     }
 }
 

@@ -8,6 +8,8 @@
 #include <optional>
 #include <signal.h>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace kslctl {
 
@@ -50,7 +52,7 @@ private:
     std::optional<tools::Terminal> terminal_;
     std::string keys_;
     bool is_over_ = false;
-    struct sigaction former_[3]{};
+    std::vector<std::pair<int, struct sigaction>> former_; // what each signal did before
 };
 
 } // namespace kslctl
