@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <fmt/core.h>
-#include <tuple>
+#include <utility>
 
 namespace kslctl::hub {
 
@@ -33,6 +33,12 @@ Finding finding_of(const Rule &rule, const Sight &sight, std::vector<uint32_t> p
     return {&rule, std::move(ports), sight.text, fmt::format(fmt::runtime(rule.command), argument)};
 }
 
+// The worst come first, those of the chip before those of ports. Whole lists of ports are not compared: on big-endian
+// machines the C++ library of GCC 12 takes {4} and {12} for equal.
+std::pair<Severity, uint32_t> place_of(const Finding &finding) {
+    return {finding.rule->severity, finding.ports.empty() ? 0 : finding.ports[0] + 1};
+}
+
 } // namespace
 
 Diagnosis diagnose(const ChipFacts &facts) {
@@ -53,9 +59,8 @@ Diagnosis diagnose(const ChipFacts &facts) {
             add(rule, rule.of_port(facts, port), {port.status.port});
         }
     }
-    std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(), [](const Finding &a, const Finding &b) {
-        return std::tie(a.rule->severity, a.ports) < std::tie(b.rule->severity, b.ports);
-    });
+    std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(),
+                     [](const Finding &a, const Finding &b) { return place_of(a) < place_of(b); });
     return diagnosis;
 }
 
