@@ -121,8 +121,8 @@ TEST(Picture, HasAsManyLinesAsRowsAndNoneIsTooWide) {
     std::vector<hub::Seen> chips = one_chip();
     chips.push_back(chips[0]);
     chips[1].last.failures = {kFailure, kFailure};
-    for (const size_t rows : {1, 2, 10, 11, 12, 13, 16, 17, 24, 45, 70}) {
-        for (const size_t columns : {1, 20, 35, 36, 40, 71, 72, 80, 200}) {
+    for (const size_t rows : {1U, 2U, 10U, 11U, 12U, 13U, 16U, 17U, 24U, 45U, 70U}) {
+        for (const size_t columns : {1U, 20U, 35U, 36U, 40U, 71U, 72U, 80U, 200U}) {
             const std::vector<std::string> lines = painted(chips, frame_of(rows, columns));
             ASSERT_THAT(lines, SizeIs(rows)) << columns;
             const size_t widest = std::max_element(lines.begin(), lines.end(), [](const auto &a, const auto &b) {
