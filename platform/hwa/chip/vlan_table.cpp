@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The VLAN table: the address selects an entry, the command copies it to or from the entry register.
+#include "chip/vlan_table.h"
+
 #include "chip/behaviour.h"
 #include "state/transaction.h"
 
@@ -12,9 +14,6 @@ namespace {
 constexpr uint8_t kWriteEntry = 0x80;
 constexpr uint8_t kReadEntry = 0x81;
 
-// Selects the VLAN table in the address; the other bits are the VLAN id.
-constexpr uint64_t kTable = 0x002000;
-
 void deliver(std::span<const uint8_t> value, std::span<uint8_t> bytes) {
     std::copy_n(value.begin(), std::min(value.size(), bytes.size()), bytes.begin());
 }
@@ -23,13 +22,6 @@ void take(Transaction &transaction, std::span<const uint8_t> value, std::span<co
     for (size_t i = 0; i < std::min(value.size(), bytes.size()); ++i) {
         transaction.store(value[i], bytes[i]);
     }
-}
-
-// The entry that is addressed, or null.
-const VlanEntry *addressed(const VlanImage &vlan) {
-    const uint64_t address = from_bytes(vlan.address);
-    const uint64_t vid = address - kTable;
-    return address > kTable && vid <= kLastVid ? &vlan.entries[static_cast<size_t>(vid)] : nullptr;
 }
 
 void read_command(Transaction &, const ChipImage &chip, std::span<uint8_t> bytes) {
@@ -74,6 +66,13 @@ constexpr Window kWindows[] = {
 };
 
 } // namespace
+
+const VlanEntry *addressed(const VlanImage &vlan) {
+    constexpr uint64_t kTable = 0x002000; // selects the table; the other bits are the VLAN id
+    const uint64_t address = from_bytes(vlan.address);
+    const uint64_t vid = address - kTable;
+    return address > kTable && vid <= kLastVid ? &vlan.entries[static_cast<size_t>(vid)] : nullptr;
+}
 
 const std::span<const Window> kVlanTable = kWindows;
 

@@ -3,6 +3,7 @@
 
 #include "chip/ports.h"
 #include "chip/stored.h"
+#include "chip/vlan_table.h"
 #include "state/clock.h"
 #include "state/state_file.h"
 
@@ -12,8 +13,9 @@
 namespace hwa {
 namespace {
 
-bool are_flags(std::initializer_list<uint8_t> bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte <= 1; });
+// Bytes that are 0 or 1, all in one.
+bool are_flags(int bytes) {
+    return bytes <= 1;
 }
 
 bool are_notes(const HubImage &hub, size_t chips) {
@@ -39,8 +41,8 @@ bool are_addresses(const ChipImage &chip, const ChipImage &start) {
 bool is_port(const ChipImage &chip, size_t number) {
     const PortImage &port = chip.ports[number];
     const uint64_t since = from_bytes(port.since);
-    return are_flags(
-               {port.partner, port.partner_fast, port.partner_full_duplex, port.test_failed, port.link_changed}) &&
+    return are_flags(port.partner | port.partner_fast | port.partner_full_duplex | port.test_failed |
+                     port.link_changed) &&
            from_bytes(port.active) <= since && since <= time_of(chip) &&
            (ksl_value16(stored(chip, ksl_phy_control_register, number).data()) & kPhySelfClearing) == 0;
 }
@@ -58,10 +60,10 @@ bool is_table_access(const ChipImage &chip) {
            (is_result(AddressImage{}) || (index > 0 && is_result(chip.addresses[index - 1])));
 }
 
+// Only the entry that the address selects can be read next, and a command is carried out at once.
 bool is_vlan_table(const VlanImage &vlan) {
-    return (vlan.command[0] & kVlanStart) == 0 && vlan.entries[0] == VlanEntry{} &&
-           std::all_of(vlan.entries.begin(), vlan.entries.end(),
-                       [](const VlanEntry &entry) { return (entry[0] & ~kVlanFirstByte) == 0; });
+    const VlanEntry *const entry = addressed(vlan);
+    return (vlan.command[0] & kVlanStart) == 0 && (entry == nullptr || (entry->front() & ~kVlanFirstByte) == 0);
 }
 
 } // namespace
@@ -82,7 +84,7 @@ const char *damaged_part(const ChipImage &chip, const ChipImage &start) {
     if (!are_addresses(chip, start)) {
         return "the addresses";
     }
-    if (!are_flags({chip.managed, chip.forwarding, chip.was_reset})) {
+    if (!are_flags(chip.managed | chip.forwarding | chip.was_reset)) {
         return "the mode";
     }
     for (size_t port = 0; port < kPorts; ++port) {

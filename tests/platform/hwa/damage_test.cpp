@@ -140,8 +140,11 @@ TEST_F(Damage, OfAChip) {
          }},
         {"the walk of the address table", [](auto &chip) { chip.table_access.result.raw[1] = 31; }},
         {"the VLAN table", [](auto &chip) { chip.vlan.command[0] = 0x80; }},
-        {"the VLAN table", [](auto &chip) { chip.vlan.entries[0][7] = 1; }},
-        {"the VLAN table", [](auto &chip) { chip.vlan.entries[4094][0] = 0x10; }},
+        {"the VLAN table",
+         [](auto &chip) {
+             chip.vlan.address = {0, 0x2F, 0xFE};
+             chip.vlan.entries[4094][0] = 0x10;
+         }},
     };
     for (const auto &row : rows) {
         EXPECT_EQ(said_of([&](HubImage &hub) { row.damage(hub.chips[1]); }),
