@@ -205,6 +205,62 @@ class Watch(Session):
             self.assertIn("counters of port 1 (page 0x51) not read", frame[0])
 
 
+class Screen(Session):
+    """What a person sees on a terminal, the standard error included."""
+
+    def shown(self, rows, *words, **environment):
+        terminal, writing_end = pty.openpty()
+        fcntl.ioctl(writing_end, termios.TIOCSWINSZ, struct.pack("HHHH", rows, 80, 0, 0))
+        self.addCleanup(os.close, terminal)
+        process = subprocess.Popen([*EMULATOR, f"{BIN}/kslctl", "--simulate", *words],
+                                   env={**self.environment, "NO_COLOR": "1", "PAGER": "sed 's/^/>/'", **environment},
+                                   stdin=subprocess.DEVNULL, stdout=writing_end, stderr=writing_end)
+        os.close(writing_end)
+        text = b""
+        with contextlib.suppress(OSError):  # the other end is closed
+            while part := os.read(terminal, 65536):
+                text += part
+        return process.wait(PATIENCE), text.decode().replace("\r\n", "\n").splitlines()
+
+    def test_all_ports_have_room(self):
+        for words in (("status",), ("port", "show")):
+            status, lines = self.shown(24, *words)
+            self.assertEqual(status, 0)
+            self.assertLess(len(lines), 24)
+            rows = [line for line in lines if re.match(r" +\d", line)]
+            self.assertLessEqual(max(map(len, rows)), 80)
+            self.assertEqual([re.match(rf" +{port}  .* {port + 12}  ", row) is not None for port, row in enumerate(rows)],
+                             [True] * 12)
+
+    def test_a_high_screen_has_a_row_for_each_port(self):
+        status, lines = self.shown(60, "port", "show")
+        self.assertEqual((status, len(lines), lines[-1].split()[0]), (0, 28, "23"))
+
+    def test_what_is_longer_goes_through_the_pager(self):
+        status, lines = self.shown(24, "--raw", "port", "show")
+        self.assertEqual(status, 0)
+        self.assertEqual({line[:1] for line in lines}, {">"})
+        self.assertEqual(self.shown(24, "--no-pager", "--raw", "port", "show"), (0, [line[1:] for line in lines]))
+        self.assertEqual(self.shown(len(lines) + 1, "--raw", "port", "show"), (0, [line[1:] for line in lines]))
+        self.assertEqual(self.shown(len(lines), "--raw", "port", "show"), (0, lines))
+
+    def test_messages_come_last(self):
+        status, lines = self.shown(24, "--raw", "port", "show", HWA_SIM_FAULTS="getreg page=1 offset=0x1c code=17")
+        self.assertEqual(status, 3)
+        self.assertEqual([line[:1] for line in lines], [">"] * (len(lines) - 1) + ["k"])
+        self.assertIn("port duplex status (page 0x01, offset 0x1c) not read", lines[-1])
+        status, lines = self.shown(24, "arl", "--until-hidden")
+        self.assertEqual((status, lines[0]), (0, "chip 0"))
+        self.assertRegex(lines[-1], "^kslctl note: with --until-hidden")
+
+    def test_a_pager_that_cannot_be_run_hides_nothing(self):
+        status, lines = self.shown(24, "--raw", "port", "show", PAGER="no-such-pager")
+        self.assertEqual(status, 3)
+        self.assertIn('kslctl: the pager "no-such-pager" of PAGER cannot be run; --no-pager does without', lines)
+        text = self.shown(24, "--no-pager", "--raw", "port", "show")[1]
+        self.assertEqual(lines[-len(text):], text)
+
+
 class FullTable(Session):
     ENTRIES = 8192
 

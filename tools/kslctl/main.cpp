@@ -7,8 +7,11 @@
 #include "ksltrace/render_text.h"
 #include "support/command_line.h"
 #include "support/exit_status.h"
+#include "support/pager.h"
+#include "support/terminal.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <fmt/core.h>
 #include <ksl/ksl.h>
 
@@ -80,6 +83,7 @@ void add_options(CLI::App &app, Options &options) {
     app.add_flag("--json", options.json, "One JSON document (docs/kslctl-json.md)");
     app.add_flag("--raw", options.raw, "Registers as bytes, most significant first");
     app.add_flag("--trace", options.trace, "Show the library's trace after the result");
+    app.add_flag("--no-pager", options.no_pager, "Never through a pager, also on a terminal");
     app.add_flag("--simulate", options.simulate, "Use the simulated hub instead of the real one");
 }
 
@@ -119,6 +123,16 @@ void add_trace(const hub::OwnTrace &own, Result &result, Report &report) {
     result.trace = ksltrace::render_json(own.trace);
 }
 
+// Through the pager what would scroll off the terminal. False when that could not be run.
+bool write(const std::string &text, const Options &options, tools::StandardOutput &out) {
+    const auto lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+    if (!options.no_pager && out.is_terminal() && lines >= tools::Terminal::size().rows) {
+        return tools::write_paged("kslctl", text, out);
+    }
+    out.write(text);
+    return true;
+}
+
 // Runs the command and shows its result.
 int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
     const uint64_t start = hub::now_ns();
@@ -128,15 +142,18 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
         ksl_enable_time();
     }
 
-    const std::function<bool(const Result &)> show = [&](const Result &result) {
+    const auto text_of = [&](const Result &result) {
         Json document = {{"schema", commands.schema()}, {"hub", hub_json(library)}, {"chips", result.chips}};
         if (options.trace) {
             document["trace"] = result.trace;
         }
         document["errors"] = report.take_errors();
         const int indent = options.documents_are_lines ? -1 : 2;
-        out.write(options.json ? document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n"
-                               : result.text);
+        return options.json ? document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n" : result.text;
+    };
+    const std::function<bool(const Result &)> show = [&](const Result &result) {
+        out.write(text_of(result));
+        report.say();
         return !out.is_over();
     };
 
@@ -144,17 +161,16 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     if (library.problem()) {
         report.fail(views::sentence(*library.problem()));
     } else {
-        const views::Style style(out.wants_emphasis());
+        const views::Style style(out.wants_emphasis(),
+                                 out.is_terminal() ? std::optional(tools::Terminal::size()) : std::nullopt);
         Context context{options, library, style, report, !options.json && out.can_redraw(), show};
         result = commands.run(context);
     }
     if (options.trace && library.is_open()) {
         add_trace(hub::take_own_trace(start), result, report);
     }
-    if (!result.is_shown) {
-        show(result);
-    }
-    if (report.has_failures() || out.failed()) {
+    const bool could_show = result.is_shown || write(text_of(result), options, out);
+    if (!could_show || report.has_failures() || out.failed()) {
         return tools::kFailed;
     }
     return result.answer_is_no ? tools::kAnswerIsNo : tools::kDone;

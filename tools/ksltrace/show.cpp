@@ -46,19 +46,14 @@ int show(const Request &request, const ShowOptions &options, tools::StandardOutp
                           .unicode = wants_unicode(),
                           .emphasis = out.wants_emphasis()};
     const size_t width = terminal_width(out);
-    std::optional<tools::Pager> pager;
-    if (!options.no_pager && out.is_terminal() && !reading.trace.lines.empty()) {
-        pager.emplace();
-    }
     // Nothing of a file that does not even say what it is.
     std::string text = reading.is_empty() ? "" : fold(heading(reading), width, kIndent);
     TimeColumn times(options.times);
     const std::string records = render_text(reading.trace, style, {.wanted = &reading.wanted, .times = &times});
     text += fold(records, width, times.width() + kIndent);
-    out.write(text);
-    if (pager && !pager->finish()) {
-        complain(fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without", pager->command()));
-        tools::StandardOutput("ksltrace").write(text); // the first one may have lost its reader
+    if (options.no_pager || !out.is_terminal() || reading.trace.lines.empty()) {
+        out.write(text);
+    } else if (!tools::write_paged("ksltrace", text, out)) {
         return tools::kFailed;
     }
     return conclude(reading, out);

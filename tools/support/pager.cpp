@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fmt/core.h>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -96,6 +97,17 @@ bool Pager::finish() {
     close(terminal_);
     const int code = exit_status(std::exchange(process_, -1));
     return code != kCommandNotFound && code != kNotExecutable;
+}
+
+bool write_paged(std::string_view program, const std::string &text, StandardOutput &out) {
+    Pager pager;
+    out.write(text);
+    if (pager.finish()) {
+        return true;
+    }
+    complain(program, fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without", pager.command()));
+    StandardOutput(std::string(program)).write(text); // the first one may have lost its reader
+    return false;
 }
 
 } // namespace tools

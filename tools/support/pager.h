@@ -2,6 +2,8 @@
 // Long text on a terminal, a screen at a time.
 #pragma once
 
+#include "support/standard_streams.h"
+
 #include <string>
 #include <sys/types.h>
 
@@ -25,5 +27,9 @@ private:
     pid_t process_ = -1;
     int terminal_ = -1;
 };
+
+// Writes a text through the pager. When that cannot be run, it says so on stderr, writes the text without it and
+// returns false.
+bool write_paged(std::string_view program, const std::string &text, StandardOutput &out);
 
 } // namespace tools

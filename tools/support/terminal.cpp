@@ -134,8 +134,8 @@ Terminal::~Terminal() {
     }
 }
 
-Terminal::Size Terminal::size() {
-    constexpr Size kUsual{24, 80};
+ScreenSize Terminal::size() {
+    constexpr ScreenSize kUsual{24, 80};
     winsize size{};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0 || size.ws_col == 0) {
         return kUsual;

@@ -2,6 +2,8 @@
 // The user's terminal while a program shows something on it that changes.
 #pragma once
 
+#include "support/screen.h"
+
 #include <signal.h>
 #include <string>
 
@@ -15,18 +17,13 @@ class Terminal {
 public:
     // `own` is the alternate screen without a cursor, which leaves the text before it alone.
     enum class Screen { shared, own };
-    struct Size {
-        size_t rows;
-        size_t columns;
-    };
-
     explicit Terminal(Screen screen);
     ~Terminal();
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
 
     // 24 x 80 for a terminal that does not know.
-    static Size size();
+    static ScreenSize size();
 
     // What poll() is to look at for keys; negative if there is no keyboard.
     static int keyboard();

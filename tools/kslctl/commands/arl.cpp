@@ -90,14 +90,16 @@ bool is_wanted(const hub::Address &address, const Arguments &arguments) {
 views::Shown show_chip(Context &context, uint32_t chip, const Arguments &arguments) {
     hub::Addresses addresses = arguments.way->read(chip, !arguments.until_hidden, context.failures);
     if (arguments.way == &kWalk && addresses.whole && addresses.entries.empty()) {
-        Report::note(fmt::format("chip {}: the walk found no address; the library does not report a walk that could "
-                                 "not be started",
-                                 chip));
+        context.report.note(
+            fmt::format("chip {}: the walk found no address; the library does not report a walk that could "
+                        "not be started",
+                        chip));
     }
     if (arguments.way == &kWalk && hub::repeats_an_entry(addresses)) {
-        Report::note(fmt::format("chip {}: the walk found the same entry twice in a row, as after an access that "
-                                 "failed; \"kslctl arl search\" reports those",
-                                 chip));
+        context.report.note(
+            fmt::format("chip {}: the walk found the same entry twice in a row, as after an access that "
+                        "failed; \"kslctl arl search\" reports those",
+                        chip));
     }
     std::erase_if(addresses.entries, [&](const hub::Address &address) { return !is_wanted(address, arguments); });
     if (context.options.raw) {
@@ -111,7 +113,8 @@ views::Shown show_chip(Context &context, uint32_t chip, const Arguments &argumen
 
 Result run(Context &context, const Arguments &arguments) {
     if (arguments.until_hidden) {
-        Report::note("with --until-hidden the list ends before the first address at port 0 or 1, whatever follows it");
+        context.report.note(
+            "with --until-hidden the list ends before the first address at port 0 or 1, whatever follows it");
     }
     return of_each_chip(context, [&](uint32_t chip) { return show_chip(context, chip, arguments); });
 }

@@ -9,8 +9,14 @@
 
 namespace kslctl {
 
+void Report::say() {
+    for (const Saying &saying : std::exchange(sayings_, {})) {
+        tools::complain(saying.speaker, saying.sentence);
+    }
+}
+
 void Report::keep(const views::Shown &failure) {
-    tools::complain("kslctl", failure.text);
+    sayings_.push_back({"kslctl", failure.text});
     errors_.push_back(failure.json);
     has_failures_ = true;
 }

@@ -28,6 +28,7 @@ struct Options {
     bool documents_are_lines = false; // of a command that writes several
     bool raw = false;
     bool trace = false;
+    bool no_pager = false;
     bool simulate = false;
     bool dry_run = false; // only for commands that change registers
 };
@@ -41,11 +42,15 @@ struct Result {
     bool is_shown = false;      // the command has already shown everything
 };
 
-// What went wrong: on stderr at once, and kept for the JSON document and the exit status.
+// What went wrong: said on stderr after the result, where it does not scroll away, and kept for the JSON document and
+// the exit status.
 class Report {
 public:
     // The codes of a simulated hub can be explained.
     explicit Report(bool simulated) : simulated_(simulated) {}
+    ~Report() { say(); }
+    Report(const Report &) = delete;
+    Report &operator=(const Report &) = delete;
 
     void fail(const hub::Failure &failure) { keep(views::failure(failure, simulated_)); }
     // A failure of anything else, as one sentence.
@@ -55,7 +60,10 @@ public:
     void mention(const hub::Failure &failure) { errors_.push_back(views::failure(failure, simulated_).json); }
 
     // What the user should know although nothing went wrong.
-    static void note(const std::string &sentence) { tools::complain("kslctl note", sentence); }
+    void note(const std::string &sentence) { sayings_.push_back({"kslctl note", sentence}); }
+
+    // Says on stderr what has come together.
+    void say();
 
     bool has_failures() const { return has_failures_; }
     const Json &errors() const { return errors_; }
@@ -63,9 +71,15 @@ public:
     Json take_errors() { return std::exchange(errors_, Json::array()); }
 
 private:
+    struct Saying {
+        const char *speaker;
+        std::string sentence;
+    };
+
     void keep(const views::Shown &failure);
 
     bool simulated_;
+    std::vector<Saying> sayings_;
     bool has_failures_ = false;
     Json errors_ = Json::array();
 };

@@ -80,8 +80,9 @@ std::string redrawn(const std::string &text) {
            fmt::format("({} more lines: name ports, or use --nonzero)\n", lines - shown);
 }
 
-// What failed has scrolled out of sight by the next interval.
-std::string failures_of(const Report &report) {
+// For the screen, which is cleared at each interval; stderr may be somewhere else.
+std::string failures_of(Report &report) {
+    report.say();
     std::string text;
     for (const Json &error : report.errors()) {
         text += error["message"].get<std::string>() + "\n";

@@ -59,12 +59,15 @@ std::string table(const Columns<Row> &columns, const std::vector<std::type_ident
     tools::Table table(headings);
     for (const Row &row : rows) {
         std::vector<std::string> cells;
+        std::vector<bool> wrong;
         for (const Column<Row> &column : columns) {
             if (column.heading != nullptr) {
-                cells.push_back(column.cell(row).text);
+                const Cell cell = column.cell(row);
+                cells.push_back(cell.text);
+                wrong.push_back(cell.is_wrong);
             }
         }
-        table.add_row(cells);
+        table.add_row(cells, wrong);
     }
     return table.render(style);
 }
@@ -79,7 +82,7 @@ std::string lines(const Columns<Row> &columns, const std::type_identity_t<Row> &
     std::string text;
     for (const Column<Row> &column : columns) {
         if (column.heading != nullptr) {
-            text += fmt::format("{:<{}}  {}\n", column.heading, width, style.value(column.cell(row).text));
+            text += fmt::format("{:<{}}  {}\n", column.heading, width, shown(column.cell(row), style));
         }
     }
     return text;

@@ -27,7 +27,12 @@ struct Shown {
 struct Cell {
     std::string text;
     Json json;
+    bool is_wrong = false; // what a person looks for: it stands out on a terminal
 };
+
+inline std::string shown(const Cell &cell, const Style &style) {
+    return style.value(cell.text, cell.is_wrong);
+}
 
 inline Cell number(uint64_t value) {
     return {std::to_string(value), value};

@@ -20,13 +20,13 @@ Cell boolean(const Fact<bool> &fact) {
     return cell(fact, [](bool value) { return Cell{{}, value}; });
 }
 
-Cell verdict(const hub::Verdict &verdict) {
-    const char *const known = verdict.is_read() && *verdict ? "as expected" : "not as expected";
-    return {verdict.is_read() ? known : "could not be compared", boolean(verdict).json};
-}
-
 bool is_no(const hub::Verdict &verdict) {
     return verdict.is_read() && !*verdict;
+}
+
+Cell verdict(const hub::Verdict &verdict) {
+    const char *const known = verdict.is_read() && *verdict ? "as expected" : "not as expected";
+    return {verdict.is_read() ? known : "could not be compared", boolean(verdict).json, is_no(verdict)};
 }
 
 // ---- PVIDs ----
@@ -99,7 +99,7 @@ std::string text_of(const EntryRow &row, const Style &style) {
     const ksl_vlan_entry expected = ksl_decode_vlan_entry(entry.expected.data());
     const Fact<ksl_vlan_entry> found =
         entry.found.map([](const Bytes &bytes) { return ksl_decode_vlan_entry(bytes.data()); });
-    std::string text = fmt::format("VLAN {}  {}\n", entry.of, verdict(row.vlan.verdict).text);
+    std::string text = fmt::format("VLAN {}  {}\n", entry.of, shown(verdict(row.vlan.verdict), style));
     if (!row.vlan.named && found.is_read()) {
         text += "The configuration does not name this VLAN, so its last entry was taken, if there is any.\n";
     }
@@ -127,7 +127,7 @@ Shown pvid_validation(const hub::PvidValidation &validation, bool raw, const Sty
     }
     const Cell cell = verdict(validation.verdict);
     Shown shown{{{"verdict", cell.json}, {"ports", objects(kPvidColumns, all)}},
-                fmt::format("PVIDs  {}\n", cell.text),
+                fmt::format("PVIDs  {}\n", views::shown(cell, style)),
                 is_no(validation.verdict)};
     const bool any_is_read =
         std::any_of(all.begin(), all.end(), [](const PvidRow &row) { return row.port.found.is_read(); });
@@ -150,9 +150,9 @@ Shown vlan_validations(const std::vector<VlanValidation> &validations, bool raw,
 
 Shown vlan_enable_validation(const hub::Verdict &verdict, const Style &style) {
     const Cell support = cell(verdict, [](bool on) {
-        return Cell{on ? "on, as expected" : "off, not as expected", on};
+        return Cell{on ? "on, as expected" : "off, not as expected", on, !on};
     });
-    return {{{"verdict", support.json}}, fmt::format("VLAN support  {}\n", style.value(support.text)), is_no(verdict)};
+    return {{{"verdict", support.json}}, fmt::format("VLAN support  {}\n", shown(support, style)), is_no(verdict)};
 }
 
 } // namespace kslctl::views

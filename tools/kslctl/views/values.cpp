@@ -55,7 +55,8 @@ Cell self_test(const hub::SelfTest &test) {
     const char *const verdict = test.passed ? "passed" : "failed";
     return {test.failed_ports.empty() ? verdict
                                       : fmt::format("{} (ports {})", verdict, fmt::join(test.failed_ports, ", ")),
-            {{"passed", test.passed}, {"failed_ports", test.failed_ports}}};
+            {{"passed", test.passed}, {"failed_ports", test.failed_ports}},
+            !test.passed || !test.failed_ports.empty()};
 }
 
 Cell mode(const hub::Mode &mode) {
