@@ -5,6 +5,7 @@
 #include "kslctl/views/forwarding.h"
 #include "kslctl/views/listing.h"
 #include "kslctl/views/raw.h"
+#include "kslctl/views/status.h"
 #include "kslctl/views/values.h"
 
 #include <gmock/gmock.h>
@@ -43,6 +44,55 @@ TEST(Listing, AColumnGivesTheTableAndTheObject) {
 
 TEST(Listing, OneRowIsLines) {
     EXPECT_EQ(views::lines(kColumns, {3, 5}, kPlain), "port        3\nvalue       5\nonly table  2\n");
+}
+
+hub::PortState port_with(Fact<bool> link, Fact<uint32_t> speed, Fact<hub::Duplex> duplex, bool negotiates) {
+    return {.status = {4, link, {}, speed, duplex},
+            .passed = true,
+            .control = hub::PortControl::on,
+            .phy = hub::PhyControl{.negotiates = negotiates,
+                                   .speed = 10,
+                                   .duplex = hub::Duplex::half,
+                                   .loopback = false,
+                                   .power_down = false,
+                                   .isolated = false,
+                                   .reset = false}};
+}
+
+// The row of the only port.
+std::string row_of(const hub::PortState &port, const views::Style &style) {
+    const std::string text = views::ports({.self_test = {}, .ports = {port}, .registers = {}}, style).text;
+    const size_t row = text.rfind('\n', text.size() - 2) + 1;
+    return text.substr(row, text.size() - 1 - row);
+}
+
+TEST(PortStates, SayWhatThereIsOfALink) {
+    using hub::Duplex;
+    EXPECT_EQ(row_of(port_with(true, 100, Duplex::full, true), kPlain), "   4  100 full  auto 10 half");
+    EXPECT_EQ(row_of(port_with(true, 100, Duplex::full, false), kPlain), "   4  100 full  10 half");
+    EXPECT_EQ(row_of(port_with(false, {}, {}, true), kPlain), "   4  down  auto 10 half");
+    EXPECT_EQ(row_of(port_with(kFailure, 100, Duplex::full, true), kPlain), "   4  ?     auto 10 half");
+    EXPECT_EQ(row_of(port_with(true, kFailure, Duplex::full, true), kPlain), "   4  ? full  auto 10 half");
+    hub::PortState port = port_with(false, {}, {}, true);
+    port.control = hub::PortControl::partly;
+    EXPECT_EQ(row_of(port, kPlain), "   4  partly, down  auto 10 half");
+    port.control = kFailure;
+    EXPECT_EQ(row_of(port, kPlain), "   4  ?, down  auto 10 half");
+}
+
+TEST(PortStates, EmphasiseHalfDuplexWhereThePhyNegotiatesAndAFailedSelfTest) {
+    using hub::Duplex;
+    const views::Style emphasis(true);
+    EXPECT_EQ(row_of(port_with(true, 10, Duplex::half, true), emphasis), "   4  \x1b[31m10 half\x1b[0m  auto 10 half");
+    EXPECT_EQ(row_of(port_with(true, 10, Duplex::half, false), emphasis), "   4  10 half  10 half");
+    EXPECT_EQ(row_of(port_with(true, 10, Duplex::full, true), emphasis), "   4  10 full  auto 10 half");
+    hub::PortState port = port_with(false, {}, Duplex::half, true);
+    EXPECT_EQ(row_of(port, emphasis), "   4  down  auto 10 half");
+    port.passed = false;
+    EXPECT_EQ(row_of(port, emphasis), "   \x1b[31m4\x1b[0m  down  auto 10 half");
+    EXPECT_TRUE(views::self_test({.passed = false, .failed_ports = {}}).is_wrong);
+    EXPECT_TRUE(views::self_test({.passed = true, .failed_ports = {3}}).is_wrong);
+    EXPECT_FALSE(views::self_test({.passed = true, .failed_ports = {}}).is_wrong);
 }
 
 TEST(Raw, EachRegisterHasItsOwnLength) {

@@ -45,17 +45,35 @@ TEST_F(Ports, StateOfThoseThatAreAskedFor) {
     EXPECT_TRUE(states.ports[1].phy->loopback);
 }
 
+TEST_F(Ports, SelfTestsAreThoseOfTheChip) {
+    const uint32_t ports[] = {kPort, kPortOff};
+    Failures failures;
+    open();
+    EXPECT_EQ(read_port_states(0, ports, failures).ports[1].passed, Fact<bool>(true));
+    open("getreg page=1 offset=0 garble"); // all have failed
+    const PortStates failed = read_port_states(0, ports, failures);
+    EXPECT_FALSE(failed.self_test->passed);
+    EXPECT_EQ(failed.ports[0].passed, Fact<bool>(false));
+    EXPECT_THAT(failures, IsEmpty());
+    open("getreg page=1 offset=0 code=17");
+    const PortStates unknown = read_port_states(0, ports, failures);
+    ASSERT_THAT(failures, SizeIs(1));
+    EXPECT_EQ(unknown.self_test.failure()->code, 17);
+    EXPECT_EQ(unknown.ports[1].passed, Fact<bool>(failures[0]));
+}
+
 TEST_F(Ports, RegistersNameTheirPort) {
     open();
     Failures failures;
     const uint32_t ports[] = {kPortOff};
     const std::vector<Reading> readings = read_port_states(0, ports, failures).registers;
-    ASSERT_THAT(readings, SizeIs(5));
-    EXPECT_STREQ(readings[4].name, "phy_control");
-    EXPECT_EQ(readings[4].of->second, kPortOff);
-    EXPECT_EQ(readings[4].page, 0x20U);
-    EXPECT_EQ(readings[3].offset, 0xE0U);
-    EXPECT_EQ(*readings[4].bytes, (Bytes{0x40, 0x00}));
+    ASSERT_THAT(readings, SizeIs(6));
+    EXPECT_STREQ(readings[0].name, "self_test");
+    EXPECT_STREQ(readings[5].name, "phy_control");
+    EXPECT_EQ(readings[5].of->second, kPortOff);
+    EXPECT_EQ(readings[5].page, 0x20U);
+    EXPECT_EQ(readings[4].offset, 0xE0U);
+    EXPECT_EQ(*readings[5].bytes, (Bytes{0x40, 0x00}));
 }
 
 TEST_F(Ports, AFailureConcernsItsPortAlone) {

@@ -21,14 +21,14 @@ views::Shown show(Context &context, uint32_t chip, const Arguments &arguments) {
 }
 
 constexpr char kShowHelp[] = R"(How kslctl reads the bits (--raw shows the bytes instead):
-  control      bits 1 and 0 of the byte: both 0 is on, both 1 is off, anything
-               else "partly"
-  link, speed, duplex
-               as "kslctl status" has them
-  PHY control  as clause 22 of IEEE 802.3 has it. Bit 12: "auto"-negotiation,
-               else "forced"; bit 13: 100 Mb/s, else 10; bit 8: full duplex,
-               else half; bit 14: loopback; bit 11: power down;
-               bit 10: isolated; bit 15: reset
+  self-test  as "kslctl status" has it
+  link       link, speed and duplex as "kslctl status" has them. Before it what
+             port control says, unless the port is on: bits 1 and 0 of the
+             byte are both 0 then, both 1 is "off", anything else "partly"
+  PHY        PHY control, as clause 22 of IEEE 802.3 has it. Bit 12:
+             "auto"-negotiation, else speed and duplex are forced; bit 13:
+             100 Mb/s, else 10; bit 8: full duplex, else half; bit 14:
+             loopback; bit 11: power down; bit 10: isolated; bit 15: reset
 A value that could not be read is shown as "?".)";
 
 // ---- port speed ----

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/ports.h"
 
+#include <algorithm>
 #include <ksl/decode.h>
 #include <linux/mii.h>
 
@@ -34,13 +35,18 @@ PhyControl decode_phy_control(const Bytes &bytes) {
 }
 
 PortStates read_port_states(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
-    ChipStatus status =
-        read_status(chip, {&registers::link_status, &registers::port_speed, &registers::port_duplex}, failures);
-    PortStates states{{}, std::move(status.registers)};
+    ChipStatus status = read_status(
+        chip, {&registers::self_test, &registers::link_status, &registers::port_speed, &registers::port_duplex},
+        failures);
+    PortStates states{std::move(status.self_test), {}, std::move(status.registers)};
     for (const uint32_t port : ports) {
+        const Fact<bool> passed = states.self_test.map([port](const SelfTest &test) {
+            return std::find(test.failed_ports.begin(), test.failed_ports.end(), port) == test.failed_ports.end();
+        });
         const Fact<Bytes> control = read(registers::port_control, chip, port, failures);
         const Fact<Bytes> phy = read(registers::phy_control, chip, port, failures);
-        states.ports.push_back({status.ports[port], control.map(decode_port_control), phy.map(decode_phy_control)});
+        states.ports.push_back(
+            {status.ports[port], passed, control.map(decode_port_control), phy.map(decode_phy_control)});
         states.registers.push_back(reading_of(registers::port_control, port, control));
         states.registers.push_back(reading_of(registers::phy_control, port, phy));
     }

@@ -25,11 +25,13 @@ struct PhyControl {
 
 struct PortState {
     PortStatus status;
+    Fact<bool> passed; // its self-test
     Fact<PortControl> control;
     Fact<PhyControl> phy;
 };
 
 struct PortStates {
+    Fact<SelfTest> self_test;
     std::vector<PortState> ports;
     std::vector<Reading> registers; // in the order in which they were read
 };

@@ -54,13 +54,49 @@ Columns<Row> wanted_columns(const Source<Row> (&sources)[count], const hub::Want
     return columns;
 }
 
+Cell port_number(const PortState &port) {
+    Cell cell = number(port.status.port);
+    cell.is_wrong = port.passed.is_read() && !*port.passed;
+    return cell;
+}
+
+// "100 full", "down", "off, down"
+Cell link_in_words(const PortState &port) {
+    const hub::PortStatus &status = port.status;
+    const bool is_up = status.link.is_read() && *status.link;
+    const bool is_half = status.duplex.is_read() && *status.duplex == hub::Duplex::half;
+    const std::string control = cell(port.control, port_control).text;
+    return {(control == "on" ? "" : control + ", ") +
+                (is_up ? fmt::format("{} {}", speed(status).text, duplex(status).text) : link(status).text),
+            nullptr, is_up && is_half && port.phy.is_read() && port.phy->negotiates};
+}
+
+// "auto 100 full", "10 half, loopback"
+Cell phy_in_short(const hub::PhyControl &phy) {
+    constexpr std::string_view kForced = "forced ";
+    Cell cell = phy_control(phy);
+    cell.text = cell.text.substr(phy.negotiates ? 0 : kForced.size());
+    return cell;
+}
+
+// Two halves of the table fit beside each other in 80 columns.
 const Columns<PortState> kStateColumns = {
-    {"port", "port", Align::right, [](const PortState &port) { return number(port.status.port); }},
-    {"control", "port_control", Align::left, [](const PortState &port) { return cell(port.control, port_control); }},
-    {"link", "link", Align::left, [](const PortState &port) { return link(port.status); }},
-    {"speed", "speed", Align::right, [](const PortState &port) { return speed(port.status); }},
-    {"duplex", "duplex", Align::left, [](const PortState &port) { return duplex(port.status); }},
-    {"PHY control", "phy_control", Align::left, [](const PortState &port) { return cell(port.phy, phy_control); }},
+    {"port", "port", Align::right, port_number},
+    {nullptr, "self_test", Align::left,
+     [](const PortState &port) { return cell(port.passed, [](bool passed) {
+                                     return Cell{{}, passed};
+                                 }); }},
+    {nullptr, "port_control", Align::left, [](const PortState &port) { return cell(port.control, port_control); }},
+    {nullptr, "link", Align::left, [](const PortState &port) { return link(port.status); }},
+    {nullptr, "speed", Align::right, [](const PortState &port) { return speed(port.status); }},
+    {nullptr, "duplex", Align::left, [](const PortState &port) { return duplex(port.status); }},
+    {"link", nullptr, Align::left, link_in_words},
+    {"PHY", "phy_control", Align::left, [](const PortState &port) { return cell(port.phy, phy_in_short); }},
+};
+
+const Columns<hub::PortStates> kStatesColumns = {
+    {"self-test", nullptr, Align::left,
+     [](const hub::PortStates &states) { return cell(states.self_test, self_test); }},
 };
 
 const Columns<PortSpeed> kSpeedColumns = {
@@ -94,7 +130,8 @@ Shown status(const ChipStatus &status, const hub::WantedRegisters &wanted, const
 }
 
 Shown ports(const hub::PortStates &states, const Style &style) {
-    return {{{"ports", objects(kStateColumns, states.ports)}}, table(kStateColumns, states.ports, style)};
+    return {{{"ports", objects(kStateColumns, states.ports)}},
+            lines(kStatesColumns, states, style) + "\n" + table(kStateColumns, states.ports, style)};
 }
 
 Shown port_speeds(const std::vector<PortSpeed> &speeds, const Style &style) {
