@@ -52,6 +52,7 @@ Environment (hwa-sim(7) describes the simulated hub):
   HWA_SIM_LOG        file to which it writes each access
   TRACE_KBUF_DIR     folder of traces; kslctl keeps its own in kslctl/ below it
   NO_COLOR           if set and not empty: no emphasis, even on a terminal
+  PAGER              shows what is longer than the terminal, instead of less
 
 Exit status:
   0  done
