@@ -244,6 +244,12 @@ class Screen(Session):
         self.assertEqual(self.shown(len(lines) + 1, "--raw", "port", "show"), (0, [line[1:] for line in lines]))
         self.assertEqual(self.shown(len(lines), "--raw", "port", "show"), (0, lines))
 
+    def test_long_help_goes_through_the_pager_too(self):
+        status, lines = self.shown(24, "--help")
+        self.assertEqual((status, {line[:1] for line in lines}), (0, {">"}))
+        self.assertEqual(self.shown(200, "--help"), (0, [line[1:] for line in lines]))
+        self.assertEqual(self.shown(24, "--help", PAGER="no-such-pager")[0], 3)
+
     def test_messages_come_last(self):
         status, lines = self.shown(24, "--raw", "port", "show", HWA_SIM_FAULTS="getreg page=1 offset=0x1c code=17")
         self.assertEqual(status, 3)

@@ -11,7 +11,6 @@
 #include "support/terminal.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <fmt/core.h>
 #include <ksl/ksl.h>
 
@@ -124,16 +123,6 @@ void add_trace(const hub::OwnTrace &own, Result &result, Report &report) {
     result.trace = ksltrace::render_json(own.trace);
 }
 
-// Through the pager what would scroll off the terminal. False when that could not be run.
-bool write(const std::string &text, const Options &options, tools::StandardOutput &out) {
-    const auto lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-    if (!options.no_pager && out.is_terminal() && lines >= tools::Terminal::size().rows) {
-        return tools::write_paged("kslctl", text, out);
-    }
-    out.write(text);
-    return true;
-}
-
 // Runs the command and shows its result.
 int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
     const uint64_t start = hub::now_ns();
@@ -170,8 +159,13 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     if (options.trace && library.is_open()) {
         add_trace(hub::take_own_trace(start), result, report);
     }
-    const bool could_show = result.is_shown || write(text_of(result), options, out);
-    if (!could_show || report.has_failures() || out.failed()) {
+    bool could_page = true;
+    if (!result.is_shown && options.no_pager) {
+        out.write(text_of(result));
+    } else if (!result.is_shown) {
+        could_page = tools::write_long("kslctl", text_of(result), out);
+    }
+    if (!could_page || report.has_failures() || out.failed()) {
         return tools::kFailed;
     }
     return result.answer_is_no ? tools::kAnswerIsNo : tools::kDone;

@@ -2,6 +2,7 @@
 #include "support/command_line.h"
 
 #include "support/exit_status.h"
+#include "support/pager.h"
 #include "support/suggestion.h"
 
 #include <fmt/core.h>
@@ -108,8 +109,8 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             std::ostringstream text;
             app.exit(error, text, text);
-            out.write(text.str());
-            return out.failed() ? kFailed : kDone;
+            const bool could_page = write_long(app.get_name(), text.str(), out);
+            return out.failed() || !could_page ? kFailed : kDone;
         }
         const CLI::App &command = command_of(app);
         if (is_group(command) && command.get_parent() != nullptr && app.remaining(true).empty()) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/pager.h"
 
+#include "support/terminal.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -108,6 +111,15 @@ bool write_paged(std::string_view program, const std::string &text, StandardOutp
     complain(program, fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without", pager.command()));
     StandardOutput(std::string(program)).write(text); // the first one may have lost its reader
     return false;
+}
+
+bool write_long(std::string_view program, const std::string &text, StandardOutput &out) {
+    const auto lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+    if (out.is_terminal() && lines >= Terminal::size().rows) {
+        return write_paged(program, text, out);
+    }
+    out.write(text);
+    return true;
 }
 
 } // namespace tools

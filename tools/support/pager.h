@@ -32,4 +32,7 @@ private:
 // returns false.
 bool write_paged(std::string_view program, const std::string &text, StandardOutput &out);
 
+// The same for a text that would scroll off the terminal; any other is just written.
+bool write_long(std::string_view program, const std::string &text, StandardOutput &out);
+
 } // namespace tools
