@@ -86,25 +86,11 @@ compile() {
 # it is silent unless something fails.
 build() {
     configure "$@"
-    run_build "$1"
+    compile "$1"
 }
 
 # build_target PRESET BUILD-PRESET: the same for the targets of a build preset alone.
 build_target() {
     configure "$1"
-    run_build "$2"
-}
-
-run_build() {
-    if [ -t 1 ]; then
-        cmake --build --preset "$1" || die "the $1 build failed"
-        return
-    fi
-    log=$(mktemp)
-    cmake --build --preset "$1" >"$log" 2>&1 || {
-        cat "$log" >&2
-        rm -f "$log"
-        die "the $1 build failed"
-    }
-    rm -f "$log"
+    compile "$2"
 }
