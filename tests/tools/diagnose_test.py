@@ -143,6 +143,20 @@ class Faults(unittest.TestCase):
         self.assertEqual({key for key in facts if port[key] is not None}, set())
         self.assertEqual(port["findings"], [])
 
+    def test_vlan_matrix_is_narrow_and_fits_its_schema(self):
+        found = set()
+        for hub in hubs():
+            chips = self.set_up(hub)
+            self.assert_narrow(self.run_kslctl("--simulate", "--chip", chips, "vlan", "matrix").stdout)
+            document = json.loads(self.run_kslctl("--simulate", "--chip", chips, "--json", "vlan", "matrix").stdout)
+            check(document, "kslctl-vlan-matrix.json")
+            found |= {each["rule"] for chip in document["chips"] for each in chip["contradictions"]}
+        self.assertEqual(found, {"pvid_vlan_invalid", "pvid_not_member", "member_of_invalid_vlan"})
+        self.environment["HWA_SIM_FAULTS"] = "any code=17"
+        done = self.run_kslctl("--simulate", "--json", "vlan", "matrix", "1,30")
+        check(json.loads(done.stdout), "kslctl-vlan-matrix.json")
+        self.assertEqual(done.returncode, 3)
+
     def test_each_rule_is_described(self):
         in_help = re.findall(r"(?m)^  (\w+) +(fault|warning|note) ", self.run_kslctl("diagnose", "--help").stdout)
         rows = re.findall(r"(?m)^\| (`\w+`(?:, `\w+`)*) \| (fault|warning|note) \|", (DOCS / "kslctl-json.md").read_text())

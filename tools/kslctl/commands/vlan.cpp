@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// vlan show, vlan pvid, vlan entry, vlan extended, vlan enabled: the VLAN registers and the VLAN table.
+// vlan show, vlan matrix, vlan pvid, vlan entry, vlan extended, vlan enabled: the VLAN registers and the VLAN table.
 #include "kslctl/commands/command.h"
+#include "kslctl/views/vlan_matrix.h"
 #include "kslctl/views/vlans.h"
 
 namespace kslctl {
@@ -73,6 +74,33 @@ views::Shown entries(Context &context, uint32_t chip, const NumberSet &vids) {
     return view_or_raw(context, hub::read_vlan_entries(chip, vids, context.failures), views::vlan_entries);
 }
 
+// ---- vlan matrix ----
+
+views::Shown matrix(Context &context, uint32_t chip, const NumberSet &vids) {
+    const hub::VlanMatrix found = hub::read_vlan_matrix(chip, vids, context.failures);
+    return context.options.raw ? views::raw(found.state.registers, context.style)
+                               : views::vlan_matrix(found, context.style);
+}
+
+constexpr char kMatrixHelp[] = R"(A row for each VLAN, a column for each port. The first sign says which of the
+two port maps of the VLAN have the port. The library passes both maps on, and
+does not say which of them is about members and which about tags; the table
+shows the maps as they are.
+  #  both maps      ^  upper map alone      v  lower map alone      .  none
+The second sign:
+  *  the VLAN is the PVID of the port
+  !  a contradiction, which is explained below the table: the VLAN of the PVID
+     is not valid, or has the port in neither map, or a VLAN that is not valid
+     has the port
+  ?  the PVID was not read
+Next to the number of a VLAN, x means that its entry is not valid, and - that
+the table cannot have the VLAN. A VLAN whose entry was not read has the sign ?.
+
+Without a VLAN, the command reads the whole VLAN table, and shows the valid
+VLANs, those that have ports, and those of the PVIDs. "kslctl diagnose" judges
+contradictions only while VLAN support is on, and not at ports without a link.
+The maps have 27 bits; "kslctl vlan entry" also shows bits 24 to 26.)";
+
 // ---- vlan extended ----
 
 views::Shown extended(Context &context, uint32_t chip, const uint32_t &index) {
@@ -121,6 +149,14 @@ void add_vlan_commands(Commands &commands) {
         .raw_schema = 2,
     });
     add_lists(entry_app, "VID", vids, kVlans, "VLANs, 1 to 4094, such as 1,100-102")->required();
+
+    const auto [matrix_app, rows] = commands.add<NumberSet>({
+        .name = "vlan matrix",
+        .summary = "VLANs down, ports across, with contradictions",
+        .help = kMatrixHelp,
+        .look = matrix,
+    });
+    add_lists(matrix_app, "VID", rows, kVlans, "VLANs, 1 to 4094, such as 1,100-102; default: all");
 
     const auto [extended_app, index] = commands.add<uint32_t>({
         .name = "vlan extended",

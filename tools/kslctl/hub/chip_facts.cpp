@@ -72,20 +72,8 @@ Fact<std::vector<uint32_t>> trunk_members(const ChipFacts &chip) {
     return failure != nullptr ? Fact<std::vector<uint32_t>>(*failure) : Fact<std::vector<uint32_t>>();
 }
 
-bool has_port(const ksl_vlan_entry &vlan, uint32_t port) {
-    return ((vlan.upper_map | vlan.lower_map) >> port & 1) != 0;
-}
-
 Fact<std::vector<uint32_t>> vlans_of(const ChipFacts &chip, uint32_t port) {
-    return chip.vlans.map([port](const VlanEntries &entries) {
-        std::vector<uint32_t> vids;
-        for (const auto &[vid, vlan] : entries) {
-            if (vlan.valid != 0 && has_port(vlan, port)) {
-                vids.push_back(vid);
-            }
-        }
-        return vids;
-    });
+    return chip.vlans.map([port](const VlanEntries &entries) { return valid_vlans_with(entries, port); });
 }
 
 } // namespace kslctl::hub

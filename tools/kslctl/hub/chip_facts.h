@@ -5,6 +5,7 @@
 #include "kslctl/hub/forwarding.h"
 #include "kslctl/hub/link_watch.h"
 #include "kslctl/hub/ports.h"
+#include "kslctl/hub/vlan_membership.h"
 #include "kslctl/hub/vlans.h"
 
 namespace kslctl::hub {
@@ -25,8 +26,6 @@ struct Mirroring {
     Fact<std::vector<uint32_t>> ingress;
     Fact<std::vector<uint32_t>> egress;
 };
-
-using VlanEntries = std::map<uint32_t, ksl_vlan_entry>;
 
 struct ChipFacts {
     bool by_number; // the ports were asked for by their numbers, so that each of them is meant to be in use
@@ -49,12 +48,6 @@ Fact<std::vector<uint32_t>> mirror_targets(const ChipFacts &chip);
 
 // The members of group 0 while trunks are on and its flag is set. The library reads no other group.
 Fact<std::vector<uint32_t>> trunk_members(const ChipFacts &chip);
-
-// Where the upper map of an entry begins; the lower one begins at bit 0.
-inline constexpr uint32_t kUpperMap = 27;
-
-// Whether a port is in one of the maps of a VLAN. Which of them says what is not known here.
-bool has_port(const ksl_vlan_entry &vlan, uint32_t port);
 
 // The valid VLANs that have the port, while VLAN support is on.
 Fact<std::vector<uint32_t>> vlans_of(const ChipFacts &chip, uint32_t port);

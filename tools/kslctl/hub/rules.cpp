@@ -270,12 +270,11 @@ std::string pvid_text(const PortFacts &port, uint32_t vid) {
 
 Verdict pvid_vlan_invalid(const ChipFacts &chip, const PortFacts &port) {
     const auto judge = [&](const VlanEntries &vlans, bool, const Pvid &pvid) {
-        const auto vlan = vlans.find(pvid.vid);
-        const bool is_valid = vlan != vlans.end() && vlan->second.valid != 0;
         const bool has_entry = pvid.vid >= kFirstVlan && pvid.vid <= kLastVlan;
-        return met_if(!is_valid, {pvid_text(port, pvid.vid) +
-                                  (has_entry ? fmt::format("; entry of VLAN {}, {}", pvid.vid, bit(59, 0))
-                                             : std::string(", which has no entry in the VLAN table"))});
+        return met_if(
+            !is_valid(vlans, pvid.vid),
+            {pvid_text(port, pvid.vid) + (has_entry ? fmt::format("; entry of VLAN {}, {}", pvid.vid, bit(59, 0))
+                                                    : std::string(", which has no entry in the VLAN table"))});
     };
     return over(judge, chip.vlans, is_used(chip, port), port.pvid);
 }
@@ -283,24 +282,17 @@ Verdict pvid_vlan_invalid(const ChipFacts &chip, const PortFacts &port) {
 // In neither map.
 Verdict pvid_not_member(const ChipFacts &chip, const PortFacts &port) {
     const auto judge = [&](const VlanEntries &vlans, bool, const Pvid &pvid) {
-        const auto vlan = vlans.find(pvid.vid);
-        const bool is_outside =
-            vlan != vlans.end() && vlan->second.valid != 0 && !has_port(vlan->second, port.status.port);
-        return met_if(is_outside, {fmt::format("{}; entry of VLAN {}, bits {} and {}: 0", pvid_text(port, pvid.vid),
-                                               pvid.vid, port.status.port, kUpperMap + port.status.port),
-                                   std::to_string(pvid.vid)});
+        return met_if(leaves_out(vlans, pvid.vid, port.status.port),
+                      {fmt::format("{}; entry of VLAN {}, bits {} and {}: 0", pvid_text(port, pvid.vid), pvid.vid,
+                                   port.status.port, kUpperMap + port.status.port),
+                       std::to_string(pvid.vid)});
     };
     return over(judge, chip.vlans, is_used(chip, port), port.pvid);
 }
 
 Verdict member_of_invalid_vlan(const ChipFacts &chip, const PortFacts &port) {
     const auto judge = [&](const VlanEntries &vlans, bool) -> Verdict {
-        std::vector<uint32_t> invalid;
-        for (const auto &[vid, vlan] : vlans) {
-            if (vlan.valid == 0 && has_port(vlan, port.status.port)) {
-                invalid.push_back(vid);
-            }
-        }
+        const std::vector<uint32_t> invalid = invalid_vlans_with(vlans, port.status.port);
         if (invalid.empty()) {
             return {};
         }
@@ -490,6 +482,10 @@ constexpr Rule kRules[] = {
 
 std::span<const Rule> rules() {
     return kRules;
+}
+
+const Rule &rule_named(std::string_view id) {
+    return *std::find_if(std::begin(kRules), std::end(kRules), [&](const Rule &rule) { return rule.id == id; });
 }
 
 } // namespace kslctl::hub

@@ -4,6 +4,8 @@
 
 #include "kslctl/hub/chip_facts.h"
 
+#include <string_view>
+
 namespace kslctl::hub {
 
 // The worst first.
@@ -37,5 +39,8 @@ struct Rule {
 
 // Those of a severity are next to each other, in the order of severities.
 std::span<const Rule> rules();
+
+// The rule with that identifier, which there is.
+const Rule &rule_named(std::string_view id);
 
 } // namespace kslctl::hub

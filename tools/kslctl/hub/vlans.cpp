@@ -18,26 +18,6 @@ std::string describe_entry(uint32_t vid) {
                        registers::vlan_table_command.place.offset, registers::vlan_table_entry.place.offset);
 }
 
-void add_pvids(VlanState &state, uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
-    const Pvids pvids = read_pvids(chip, failures);
-    for (const uint32_t port : ports) {
-        state.ports.push_back({port, pvids[port].map(decode_pvid)});
-        state.registers.push_back(reading_of(registers::pvid, port, pvids[port]));
-    }
-}
-
-void add_entry(VlanState &state, uint32_t vid, const Fact<Bytes> &bytes) {
-    state.entries.push_back({vid, bytes.map([](const Bytes &entry) { return ksl_decode_vlan_entry(entry.data()); })});
-    state.registers.push_back(reading_of(registers::vlan_table_entry, 0, bytes));
-    state.registers.back().of = {"vid", vid};
-}
-
-void add_entries(VlanState &state, uint32_t chip, std::span<const uint32_t> vids, Failures &failures) {
-    for (const uint32_t vid : vids) {
-        add_entry(state, vid, read_vlan_entry(chip, vid, failures));
-    }
-}
-
 bool is_chosen(const ksl_vlan_entry &entry, VlanChoice choice) {
     const bool has_ports = (entry.upper_map | entry.lower_map) != 0;
     return entry.valid != 0 || (choice == VlanChoice::valid_or_with_ports && has_ports);
@@ -90,6 +70,29 @@ Fact<VlanTable> read_vlan_table(uint32_t chip, Failures &failures, VlanChoice ch
         }
     }
     return table;
+}
+
+void add_pvids(VlanState &state, uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
+    const Pvids pvids = read_pvids(chip, failures);
+    for (const uint32_t port : ports) {
+        state.ports.push_back({port, pvids[port].map(decode_pvid)});
+        state.registers.push_back(reading_of(registers::pvid, port, pvids[port]));
+    }
+}
+
+void add_entry(VlanState &state, uint32_t vid, const Fact<Bytes> &bytes) {
+    state.entries.push_back({vid, bytes.map([](const Bytes &entry) { return ksl_decode_vlan_entry(entry.data()); })});
+    if (vid < kFirstVlan || vid > kLastVlan) {
+        return;
+    }
+    state.registers.push_back(reading_of(registers::vlan_table_entry, 0, bytes));
+    state.registers.back().of = {"vid", vid};
+}
+
+void add_entries(VlanState &state, uint32_t chip, std::span<const uint32_t> vids, Failures &failures) {
+    for (const uint32_t vid : vids) {
+        add_entry(state, vid, read_vlan_entry(chip, vid, failures));
+    }
 }
 
 VlanState read_vlan_enable(uint32_t chip, Failures &failures) {

@@ -50,6 +50,11 @@ struct VlanState {
     std::vector<Reading> registers{}; // in the order in which they were read
 };
 
+// Each adds something to a state that has nothing of that kind yet. A VLAN that the table cannot have has no register.
+void add_pvids(VlanState &state, uint32_t chip, std::span<const uint32_t> ports, Failures &failures);
+void add_entries(VlanState &state, uint32_t chip, std::span<const uint32_t> vids, Failures &failures);
+void add_entry(VlanState &state, uint32_t vid, const Fact<Bytes> &bytes);
+
 VlanState read_vlan_enable(uint32_t chip, Failures &failures);
 VlanState read_pvids_of(uint32_t chip, std::span<const uint32_t> ports, Failures &failures);
 VlanState read_vlan_entries(uint32_t chip, std::span<const uint32_t> vids, Failures &failures);
