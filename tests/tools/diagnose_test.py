@@ -157,6 +157,23 @@ class Faults(unittest.TestCase):
         check(json.loads(done.stdout), "kslctl-vlan-matrix.json")
         self.assertEqual(done.returncode, 3)
 
+    def test_counters_of_errors(self):
+        """With the example of counter names; the scenario is that of the simulated hub's busy chip."""
+        names = HERE.parents[1] / "examples/counter_names.json"
+        check(json.loads(names.read_text()), "counter-names.json")
+        self.set_up({"name": "spoiled", "chips": [{"chip": 0, "ports": [
+            {"port": 2, "link": True, "rates": [{"offset": 0x98, "per_second": 1000000}]}]}]})
+        self.environment["KSL_COUNTER_NAMES"] = str(names)
+        done = self.run_kslctl("--simulate", "diagnose", "2", "--for", "0.05")
+        self.assertRegex(done.stdout, r"\[errors_counted\]\n  seen   counter spoiled of port 2 \(page 0x52, offset 0x98\):")
+        self.assert_narrow(done.stdout)
+        document = json.loads(self.run_kslctl("--simulate", "--json", "diagnose", "2", "--for", "0.05").stdout)
+        check(document, "kslctl-diagnose.json")
+        self.assertIn("errors_counted", [finding["rule"] for finding in document["chips"][0]["findings"]])
+        document = json.loads(self.run_kslctl("--simulate", "--json", "port", "info", "2", "--for", "0.05").stdout)
+        check(document, "kslctl-port-info.json")
+        self.assertEqual(document["chips"][0]["ports"][0]["counters"][0]["name"], "spoiled")
+
     def test_each_rule_is_described(self):
         in_help = re.findall(r"(?m)^  (\w+) +(fault|warning|note) ", self.run_kslctl("diagnose", "--help").stdout)
         rows = re.findall(r"(?m)^\| (`\w+`(?:, `\w+`)*) \| (fault|warning|note) \|", (DOCS / "kslctl-json.md").read_text())

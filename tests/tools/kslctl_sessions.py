@@ -24,7 +24,7 @@ import unittest
 
 BIN, SCENARIOS, *EMULATOR = sys.argv[1 : sys.argv.index("--")]
 PATIENCE = 60  # seconds; far more than a loaded machine with an emulator needs
-LINE = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z chip 0 port (\d+):((?: 0x[0-9a-f]{2}=\d+\.\d/s)+| -| \?)\n")
+LINE = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z chip 0 port (\d+):((?: (?:0x[0-9a-f]{2}|[a-z]\w+)=[0-9.]+[kMG]?/s)+| -| \?)\n")
 CLEARED = "\x1b[H\x1b[2J"
 
 
@@ -87,7 +87,8 @@ class Watch(Session):
         process = self.start("mib", "0-2", "--nonzero", "--watch", "0.1")
         lines = [self.rates(process.stdout.readline()) for _ in range(3)]
         self.assertEqual(lines[1:], [(1, " ?"), (2, " -")])
-        self.assertRegex(lines[0][1], r"^ 0x00=\d+\.\d/s 0x18=\d+\.\d/s 0x50=\d+\.\d/s 0x7c=\d+\.\d/s 0x90=\d+\.\d/s$")
+        rate = r"[\d.]+[kMG]?/s"
+        self.assertRegex(lines[0][1], f"^ 0x00={rate} 0x18={rate} 0x50={rate} 0x7c={rate} 0x90={rate} total={rate}$")
         process.send_signal(signal.SIGTERM)
         process.stdout.read()
         self.assertEqual(process.wait(PATIENCE), 3)
@@ -95,6 +96,19 @@ class Watch(Session):
         self.assertEqual(complaints, {"kslctl: chip 0: counters of port 1 (page 0x51) not read: "
                                       "ksl_read_MIB_counters_at_port returned 17 "
                                       "(a code that the simulated hub was told to give)"})
+
+    def test_lines_are_sorted_and_have_names(self):
+        names = self.folder / "names.json"
+        names.write_text('{"counters": [{"offset": "0x98", "name": "spoiled"}]}')
+        process = self.start("mib", "--nonzero", "--watch", "0.5", "--sort", "spoiled", "--top", "1", "--counter-names",
+                             str(names))
+        for _ in range(2):  # port 1 alone counts there
+            port, rates = self.rates(process.stdout.readline())
+            self.assertEqual(port, 1)
+            self.assertRegex(rates, r" spoiled=[\d.]+/s total=[\d.]+k?/s$")
+        process.send_signal(signal.SIGINT)
+        process.stdout.read()
+        self.ends(process, 0)
 
     def test_each_signal_ends_a_long_interval(self):
         for number in (signal.SIGINT, signal.SIGTERM):
@@ -181,28 +195,31 @@ class Watch(Session):
         before, waiting, *frames = text.replace("\r\n", "\n").split(CLEARED)
         self.assertEqual(before, "")
         self.assertIn("after the first", waiting)
-        return [re.sub(r" +\d+\.\d/s", " <rate>", frame).splitlines() for frame in frames[:2]]
+        frames = [re.sub(r" +[\d.]+[kMG]?/s", " <rate>", frame).splitlines() for frame in frames[:2]]
+        for frame in frames:
+            self.assertRegex(frame[0], r"^\d\d:\d\d:\d\d UTC  every 0\.\d s$")
+        return frames
 
     def test_a_terminal_is_redrawn(self):
         self.environment["NO_COLOR"] = "1"
         for frame in self.frames(24, "mib", "0", "--nonzero", "--watch", "0.2"):
-            self.assertEqual(frame[0], "chip 0")
-            self.assertRegex(frame[1], r"^port  counter +value +change +per second$")
-            self.assertEqual([line.split()[:2] for line in frame[2:]],
-                             [["0", "0x00"], ["0", "0x18"], ["0", "0x50"], ["0", "0x7c"], ["0", "0x90"]])
+            self.assertEqual(frame[1], "chip 0")
+            self.assertRegex(frame[2], r"^port  counter +value +change +per second$")
+            self.assertEqual([line.split()[:2] for line in frame[3:]],
+                             [["0", "0x00"], ["0", "0x18"], ["0", "0x50"], ["0", "0x7c"], ["0", "0x90"], ["0", "total"]])
 
     def test_a_low_terminal_says_how_many_lines_are_missing(self):
         self.environment["NO_COLOR"] = "1"
-        # 22 lines: one fits, one does not.
-        for frame in self.frames(23, "mib", "0", "--watch", "0.2"):
-            self.assertEqual((len(frame), frame[-1].split()[:2]), (22, ["0", "0x98"]))
-        for frame in self.frames(22, "mib", "0", "--watch", "0.2"):
-            self.assertEqual((len(frame), frame[-1]), (21, "(2 more lines: name ports, or use --nonzero)"))
+        # 24 lines: one fits, one does not.
+        for frame in self.frames(25, "mib", "0", "--watch", "0.2"):
+            self.assertEqual((len(frame), frame[-1].split()[:2]), (24, ["0", "total"]))
+        for frame in self.frames(24, "mib", "0", "--watch", "0.2"):
+            self.assertEqual((len(frame), frame[-1]), (23, "(2 more lines: name ports, or use --nonzero or --top)"))
 
     def test_a_terminal_shows_failures_first(self):
         self.environment["HWA_SIM_FAULTS"] = "port=1 code=17"
         for frame in self.frames(24, "mib", "1", "--watch", "0.1"):
-            self.assertIn("counters of port 1 (page 0x51) not read", frame[0])
+            self.assertIn("counters of port 1 (page 0x51) not read", frame[1])
 
 
 class Screen(Session):

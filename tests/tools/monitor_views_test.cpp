@@ -173,7 +173,7 @@ TEST(Picture, HasRoomForAnyRate) {
     std::vector<hub::Seen> chips = one_chip();
     hub::Look look = made_look(3s);
     add_counters(look, 1000);
-    const uint64_t rates[] = {999, 99'999, 99'999'000, 99'999'000'000, 12'000'000'000'000'000'000U};
+    const uint64_t rates[] = {999, 99'999, 99'999'000, 99'999'000'000, 99'999'000'000'000, 12'000'000'000'000'000'000U};
     for (uint32_t port = 0; port < std::size(rates); ++port) {
         std::vector<hub::CounterValue> values = *look.counters->ports.at(port);
         values[0].value += rates[port];
@@ -181,10 +181,31 @@ TEST(Picture, HasRoomForAnyRate) {
     }
     hub::see(chips[0], look);
     const std::vector<std::string> lines = painted(chips, frame_of(24, 80, hub::Order::by_number));
-    const char *const expected[] = {"   999.0", "   99999", "  99999k", "  99999M", "   1e+19"};
+    const char *const expected[] = {"   999.0", "   99999", "  99999k", "  99999M", "  99999G", "   1e+19"};
     for (size_t i = 0; i < std::size(expected); ++i) {
         EXPECT_THAT(lines[8 + i], EndsWith(expected[i]));
     }
+}
+
+TEST(Picture, NamesCountersAndMakesRoomForTheNames) {
+    views::Frame frame = frame_of(24, 80, hub::Order::by_number);
+    frame.names = {{0x00, {"spoiled", "", true}}, {0x08, {"a_rather_long_name", "", false}}};
+    EXPECT_EQ(painted(one_chip(), frame)[7], "port  link  marks  lost spoiled/s a_rather_long_name/s  0x18/s");
+    EXPECT_EQ(painted(one_chip(), frame)[8], "   0  100F                   1000                 2000    3000");
+    frame.columns = 62;
+    EXPECT_EQ(painted(one_chip(), frame)[7], "port  link  marks  lost spoiled/s a_rather_long_name/s  0x18/s");
+    frame.columns = 61;
+    EXPECT_EQ(painted(one_chip(), frame)[7], "port  link  marks  lost a_rather_long_name/s  0x18/s");
+    EXPECT_THAT(painted(one_chip(), frame)[22], EndsWith("1 counter"));
+}
+
+TEST(Picture, HasCountersOfErrorsThatMoveInRedAndTheirPortsAmongTheWorst) {
+    views::Frame frame = frame_of(24, 80, hub::Order::worst);
+    frame.names = {{0x00, {"spoiled", "", true}}, {0x08, {"pieces", "", false}}};
+    const std::vector<std::string> lines = painted(one_chip(), frame);
+    EXPECT_THAT(lines[10], StartsWith("  23  ")) << "after ports that were not read and that failed, most errors first";
+    EXPECT_THAT(lines[11], StartsWith("  22  "));
+    EXPECT_THAT(views::picture(one_chip(), frame, kColoured), HasSubstr("\x1b[31m     24000\x1b[0m    48000"));
 }
 
 TEST(Picture, SaysThatItIsPaused) {

@@ -50,6 +50,7 @@ Environment (hwa-sim(7) describes the simulated hub):
   HWA_SIM_CLOCK      time that passes with each access to it
   HWA_SIM_LOG        file to which it writes each access
   TRACE_KBUF_DIR     folder of traces; kslctl keeps its own in kslctl/ below it
+  KSL_COUNTER_NAMES  file that names counters, ksl-counter-names(5)
   NO_COLOR           if set and not empty: no emphasis, even on a terminal
   PAGER              shows what is longer than the terminal, instead of less
 
@@ -102,7 +103,9 @@ tools::Suggestions suggestions() {
             {"GROUP", tools::numbers_to(1)},
             {"CONFIGURATION", tools::numbers_to(2)},
             {"--config", {tools::kFiles}},
-            {"--expect", {tools::kFiles}}};
+            {"--expect", {tools::kFiles}},
+            {"--counter-names", {tools::kFiles}},
+            {"--sort", {"total"}}};
 }
 
 Json hub_json(const hub::Library &library) {

@@ -163,6 +163,93 @@ TEST(CounterChanges, AreUnknownWhereAReadingFailed) {
     EXPECT_EQ(*second_failed.ports.at(kPort).failure(), kFailure);
 }
 
+TEST_F(Counters, ThatMovedAreReadOnceMore) {
+    setenv("HWA_SIM_SCENARIO", BUSY_SCENARIO, 1);
+    setenv("HWA_SIM_CLOCK", "50ms", 1);
+    open("port=2 code=17");
+    Failures failures;
+    const uint32_t ports[] = {1, 2};
+    const ChipCounters before = read_counters(0, ports, failures);
+    ASSERT_THAT(failures, SizeIs(1));
+    const ChipCounters moved = moved_since(before, failures);
+    EXPECT_THAT(failures, SizeIs(1)) << "port 2 is not read again";
+    EXPECT_THAT(unread_ports(moved), ElementsAre(2));
+    EXPECT_TRUE(moved.since.has_value());
+    std::vector<uint32_t> offsets;
+    for (const CounterValue &counter : *moved.ports.at(1)) {
+        offsets.push_back(counter.which->offset);
+        EXPECT_GT(counter.change->by, 0U);
+    }
+    EXPECT_THAT(offsets, ElementsAre(0x00, 0x18, 0x7C, 0x98));
+    unsetenv("HWA_SIM_CLOCK");
+}
+
+// ---- All counters of a port together ----
+
+std::vector<CounterValue> changed_by(const std::vector<Fact<CounterChange>> &changes) {
+    std::vector<CounterValue> values;
+    for (const Fact<CounterChange> &change : changes) {
+        values.push_back({&kCounters[values.size()], 1000, change});
+    }
+    return values;
+}
+
+TEST(CounterTotal, IsTheSumOfKnownChanges) {
+    const CounterChange one{1, 0.1};
+    const CounterChange two{2, 0.2};
+    EXPECT_EQ(total_of(changed_by({one, two})), Fact(CounterChange{3, 0.3}));
+    EXPECT_EQ(total_of(changed_by({one, kFailure, two})), Fact(CounterChange{3, 0.3}));
+    EXPECT_EQ(total_of(changed_by({kFailure, one})), Fact(one));
+    EXPECT_EQ(total_of(changed_by({kFailure, kFailure})), Fact<CounterChange>(kFailure));
+    EXPECT_EQ(total_of(changed_by({{}, {}})), Fact<CounterChange>());
+    EXPECT_EQ(total_of({}), Fact<CounterChange>());
+}
+
+TEST(CounterTotal, HasNoRoomForMoreThanTheLargestNumber) {
+    const CounterChange large{UINT64_MAX - 1, 1};
+    EXPECT_EQ(total_of(changed_by({large, CounterChange{1, 0}}))->by, UINT64_MAX);
+    EXPECT_EQ(total_of(changed_by({large, CounterChange{2, 0}}))->by, UINT64_MAX);
+}
+
+// ---- The order of ports ----
+
+// Ports 0 to 4, of which the last was not read.
+ChipCounters five_ports() {
+    const auto values = [](uint64_t a, uint64_t b) {
+        return std::vector<CounterValue>{{&kCounters[0], a}, {&kCounters[1], b}};
+    };
+    ChipCounters counters{0, std::chrono::steady_clock::time_point(0s), {}};
+    counters.ports = {{0, values(5, 90)}, {1, values(7, 1)}, {2, values(0, 0)}, {3, values(7, 20)}, {4, kFailure}};
+    return counters;
+}
+
+TEST(CounterOrder, IsByNumbersUnlessTheyAreSorted) {
+    EXPECT_THAT(ports_of(five_ports()), ElementsAre(0, 1, 2, 3, 4));
+}
+
+TEST(CounterOrder, IsTheLargestFirstAndTheUnreadLast) {
+    EXPECT_THAT(ports_of(sorted(five_ports(), nullptr, {})), ElementsAre(0, 3, 1, 2, 4));
+    EXPECT_THAT(ports_of(sorted(five_ports(), &kCounters[0], {})), ElementsAre(1, 3, 0, 2, 4));
+    EXPECT_THAT(ports_of(sorted(five_ports(), &kCounters[1], {})), ElementsAre(0, 3, 1, 2, 4));
+    EXPECT_THAT(ports_of(sorted(five_ports(), &kCounters[2], {})), ElementsAre(0, 1, 2, 3, 4));
+}
+
+TEST(CounterOrder, KeepsAsManyAsAreWanted) {
+    EXPECT_THAT(ports_of(sorted(five_ports(), nullptr, 2)), ElementsAre(0, 3));
+    EXPECT_THAT(ports_of(sorted(five_ports(), nullptr, 24)), SizeIs(5));
+    EXPECT_THAT(sorted(five_ports(), nullptr, 2).ports, SizeIs(5)) << "the readings stay whole";
+}
+
+TEST(CounterOrder, OfChangesIsByTheChanges) {
+    ChipCounters before = five_ports();
+    ChipCounters now = five_ports();
+    now.time += 1s;
+    now.ports[2] = std::vector<CounterValue>{{&kCounters[0], 3}, {&kCounters[1], 0}};
+    before.ports[3] = kFailure;
+    const ChipCounters changes = changes_since(before, now);
+    EXPECT_THAT(ports_of(sorted(changes, nullptr, {})), ElementsAre(2, 0, 1, 3, 4));
+}
+
 std::vector<uint32_t> offsets_without_zeros(const ChipCounters &reading) {
     std::vector<uint32_t> offsets;
     const ChipCounters rest = without_zeros(reading);

@@ -210,6 +210,40 @@ TEST(MonitorOrder, BusiestFirstThenByNumber) {
     EXPECT_THAT(numbers(ports), ElementsAre(3, 2, 0, 1));
 }
 
+SeenPort spoiling(uint32_t port, double error_rate) {
+    SeenPort made = busy(port, 1);
+    made.error_rate = error_rate;
+    return made;
+}
+
+TEST(MonitorOrder, WorstHasMostErrorsFirstAfterLostLinks) {
+    SeenPort lost = spoiling(9, 1);
+    lost.lost = Seconds(9);
+    std::vector<SeenPort> ports = {listed(0, 0), spoiling(1, 0.5), spoiling(2, 7), lost, spoiling(3, 0)};
+    sort(ports, Order::worst);
+    EXPECT_THAT(numbers(ports), ElementsAre(9, 2, 1, 0, 3));
+    sort(ports, Order::busiest);
+    EXPECT_THAT(numbers(ports), ElementsAre(1, 2, 3, 9, 0)) << "errors are traffic like any other";
+}
+
+TEST(MonitorSeen, ErrorsAreTheCountersThatAreNamedSo) {
+    const uint32_t ports[] = {3};
+    const CounterNames names = {{kCounters[0].offset, {"spoiled", "", true}},
+                                {kCounters[1].offset, {"pieces", "", false}}};
+    Seen seen(0, ports);
+    for (const auto &[time, value] : {std::pair(1s, 10U), std::pair(3s, 30U)}) {
+        Look look = made(time, {with_link(3)});
+        look.counters = counters_of(3, time, value);
+        see(seen, look);
+    }
+    EXPECT_EQ(seen_ports(seen, names)[0].error_rate, 10);
+    EXPECT_EQ(seen_ports(seen)[0].error_rate, 0);
+    Look unread = made(4s, {with_link(3)});
+    unread.counters = ChipCounters{0, TimePoint(4s), {{3, kFailure}}};
+    see(seen, unread);
+    EXPECT_EQ(seen_ports(seen, names)[0].error_rate, 0);
+}
+
 TEST(MonitorOrder, ByNumberIsByChipFirst) {
     std::vector<SeenPort> ports = {listed(1, 0), busy(7, 5), listed(0, 2)};
     sort(ports, Order::by_number);

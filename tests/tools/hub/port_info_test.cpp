@@ -54,6 +54,19 @@ TEST_F(PortInfos, WhatIsSwitchedOffMeansNothing) {
     EXPECT_EQ(vlans_of(infos[0].chip, 2), Fact<Numbers>());
 }
 
+TEST_F(PortInfos, CountersOfErrorsAreJudged) {
+    setenv("HWA_SIM_SCENARIO", FAULTS_FOLDER "/errors_counted.json", 1);
+    open();
+    const CounterNames names = {{0x98, {"spoiled", "", true}}};
+    const std::vector<uint32_t> ports = {1, 2};
+    const std::vector<PortInfo> infos = read_port_infos(0, ports, kShort, failures_, names);
+    EXPECT_THAT(failures_, IsEmpty());
+    EXPECT_THAT(infos[0].diagnosis.findings, IsEmpty());
+    ASSERT_THAT(infos[1].diagnosis.findings, SizeIs(1));
+    EXPECT_STREQ(infos[1].diagnosis.findings[0].rule->id, "errors_counted");
+    EXPECT_THAT(read_port_infos(0, ports, kShort, failures_)[1].diagnosis.findings, IsEmpty());
+}
+
 TEST_F(PortInfos, OnlyCountersThatMoveAreThere) {
     setenv("HWA_SIM_SCENARIO", BUSY_SCENARIO, 1);
     setenv("HWA_SIM_CLOCK", "50ms", 1);

@@ -4,7 +4,9 @@
 #include "kslctl/views/changes.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fmt/core.h>
+#include <json/problem.h>
 #include <utility>
 
 namespace kslctl {
@@ -59,6 +61,26 @@ void check_dry_run(const Options &options, bool has_value, const char *value) {
     }
 }
 
+namespace {
+
+// Those of the option, or else of the environment.
+void read_counter_names(Options &options) {
+    constexpr char kVariable[] = "KSL_COUNTER_NAMES";
+    const char *const of_environment = getenv(kVariable);
+    const bool has_option = !options.counter_names_file.empty();
+    const std::string file = has_option ? options.counter_names_file : of_environment != nullptr ? of_environment : "";
+    if (file.empty()) {
+        return;
+    }
+    try {
+        options.counter_names = hub::load_counter_names(file);
+    } catch (const json::Unusable &problem) {
+        throw UsageError(fmt::format("{}: {}", has_option ? "--counter-names" : kVariable, problem.what()));
+    }
+}
+
+} // namespace
+
 void Commands::add_group(const char *name, const char *summary) {
     CLI::App *const group = app_.add_subcommand(name, summary);
     group->require_subcommand(1);
@@ -86,6 +108,9 @@ void Commands::check() const {
         throw UsageError("--raw is for commands that read a meaning into registers, which this one does not");
     }
     try {
+        if (chosen_.shows_counters) {
+            read_counter_names(options_);
+        }
         chosen_.check(options_);
     } catch (UsageError &error) {
         error.command = "kslctl " + chosen_.name;

@@ -4,6 +4,7 @@
 
 #include "kslctl/command_line/arguments.h"
 #include "kslctl/hub/changes.h"
+#include "kslctl/hub/counter_names.h"
 #include "kslctl/views/failure.h"
 #include "kslctl/views/raw.h"
 #include "support/command_line.h"
@@ -31,6 +32,9 @@ struct Options {
     bool no_pager = false;
     bool simulate = false;
     bool dry_run = false; // only for commands that change registers
+    // Only for commands that show counters.
+    std::string counter_names_file{};
+    hub::CounterNames counter_names{};
 };
 
 // What a command found out, in both forms.
@@ -124,6 +128,12 @@ inline constexpr char kChangeHelp[] = R"(
 A change shows what the registers held before and hold afterwards. A port, or
 chip, with a register that cannot be read first is left as it is.)";
 
+// The same of every command that shows counters.
+inline constexpr char kCounterNamesHelp[] = R"(
+
+A file of counter names, ksl-counter-names(5), gives counters other names than
+their offsets: --counter-names, or else the environment's KSL_COUNTER_NAMES.)";
+
 // For commands to which --raw means nothing.
 inline constexpr int kNoRaw = 0;
 
@@ -142,6 +152,7 @@ struct Command {
     // or Declined.
     void (*check)(Options &options, const Arguments &arguments) = nullptr;
     bool changes_registers = false; // and takes --dry-run
+    bool shows_counters = false;    // and takes --counter-names
     int raw_schema = 1;             // the number of the document with --raw, or kNoRaw
 };
 
@@ -173,10 +184,16 @@ public:
                 command.check(options, arguments);
             }
         };
-        CLI::App &app = add_to_parser({command.name, command.raw_schema, run, check}, command.summary,
-                                      command.help + (command.changes_registers ? kChangeHelp : ""));
+        CLI::App &app =
+            add_to_parser({command.name, command.raw_schema, command.shows_counters, run, check}, command.summary,
+                          command.help + (command.changes_registers ? kChangeHelp : "") +
+                              (command.shows_counters ? kCounterNamesHelp : ""));
         if (command.changes_registers) {
             app.add_flag("--dry-run", options_.dry_run, "Show the register writes, and make none");
+        }
+        if (command.shows_counters) {
+            app.add_option("--counter-names", options_.counter_names_file, "File that names counters")
+                ->type_name("NAMES");
         }
         return {app, arguments};
     }
@@ -190,6 +207,7 @@ private:
     struct Chosen {
         std::string name;
         int raw_schema;
+        bool shows_counters;
         std::function<Result(Context &)> run;
         std::function<void(Options &)> check;
     };

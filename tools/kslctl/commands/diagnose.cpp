@@ -15,7 +15,8 @@ struct Arguments {
 };
 
 views::Shown look(Context &context, uint32_t chip, const Arguments &arguments) {
-    const hub::ChipFacts facts = hub::read_chip_facts(chip, arguments.ports, arguments.watch, context.failures);
+    const hub::ChipFacts facts =
+        hub::read_chip_facts(chip, arguments.ports, arguments.watch, context.failures, context.options.counter_names);
     return views::diagnosis(hub::diagnose(facts), command_line_of(context.options, chip), context.style);
 }
 
@@ -44,7 +45,8 @@ A port without a link may be unused. So no_link is only for ports that are asked
 for, and without ports the rules of VLANs leave such a port out.
 
 With --for, the link status is read ten times a second for so long, on each
-chip, before the rest. The link change register is never read: that would clear
+chip, before the rest. If counters are named as errors, they are read before and
+after that. The link change register is never read: that would clear
 the marks for others.
 
 A rule that needs a register that could not be read is named as not judged.
@@ -62,6 +64,7 @@ void add_diagnose_command(Commands &commands) {
         .help = help(),
         .look = look,
         .check = check,
+        .shows_counters = true,
     });
     add_lists(app, "PORT", arguments.ports, kPorts, "Ports, such as 0-3,7; default: the whole chip");
     add_parsed(app, "--for", arguments.watch, parse_seconds, "Watch the links for so long, 0.01 to 86400")

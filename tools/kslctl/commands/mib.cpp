@@ -2,9 +2,7 @@
 // mib: the counters of the ports, as they are, as they change, and for a metrics collector.
 #include "kslctl/commands/command.h"
 #include "kslctl/commands/watch.h"
-#include "kslctl/hub/own_trace.h"
 #include "kslctl/views/counters.h"
-#include "ksltrace/values.h"
 
 #include <algorithm>
 #include <fmt/core.h>
@@ -20,7 +18,50 @@ struct Arguments {
     bool openmetrics = false;
     std::optional<hub::Seconds> delta;
     std::optional<hub::Seconds> watch;
+    std::string sort; // empty: by numbers
+    std::optional<uint32_t> top;
 };
+
+// ---- The order ----
+
+constexpr NumberKind kOffsets{"offset", 0, 255};
+constexpr NumberKind kCounts{"number of ports", 1, KSL_PORTS};
+
+const hub::Counter *counter_at(const std::string &text) {
+    try {
+        const uint32_t offset = parse_number(text, kOffsets);
+        const auto *const found =
+            std::find_if(hub::kCounters.begin(), hub::kCounters.end(),
+                         [offset](const hub::Counter &counter) { return counter.offset == offset; });
+        return found == hub::kCounters.end() ? nullptr : found;
+    } catch (const ArgumentError &) {
+        return nullptr;
+    }
+}
+
+// Null is the total of all counters.
+const hub::Counter *counter_to_sort_by(const Arguments &arguments, const hub::CounterNames &names) {
+    if (arguments.sort.empty() || arguments.sort == hub::kTotal) {
+        return nullptr;
+    }
+    const hub::Counter *const named = hub::counter_named(arguments.sort, names);
+    const hub::Counter *const counter = named != nullptr ? named : counter_at(arguments.sort);
+    if (counter == nullptr) {
+        throw UsageError(fmt::format("--sort: \"{}\" is no counter; use {} or \"total\"", arguments.sort,
+                                     names.empty() ? "an offset such as 0x50" : "a name, an offset such as 0x50"));
+    }
+    return counter;
+}
+
+hub::ChipCounters in_order(const Context &context, const Arguments &arguments, hub::ChipCounters counters) {
+    if (arguments.sort.empty() && !arguments.top) {
+        return counters;
+    }
+    return hub::sorted(std::move(counters), counter_to_sort_by(arguments, context.options.counter_names),
+                       arguments.top);
+}
+
+// ---- Readings ----
 
 // One for each chip of the command line.
 using Readings = std::vector<hub::ChipCounters>;
@@ -40,26 +81,30 @@ Readings changes_since(const Readings &before, const Readings &now) {
     return changes;
 }
 
-Readings wanted(const Arguments &arguments, Readings readings) {
+Readings wanted(const Context &context, const Arguments &arguments, Readings readings) {
     if (arguments.nonzero) {
         std::transform(readings.begin(), readings.end(), readings.begin(), hub::without_zeros);
+    }
+    for (hub::ChipCounters &counters : readings) {
+        counters = in_order(context, arguments, std::move(counters));
     }
     return readings;
 }
 
-Result show(Context &context, const Readings &readings) {
+Result show(Context &context, const Readings &readings, bool has_short_rates = false) {
+    const views::CounterView view{context.options.counter_names, has_short_rates};
     auto next = readings.begin();
     return of_each_chip(context, [&](uint32_t) {
         const hub::ChipCounters &counters = *next++;
         return context.options.raw ? views::raw(hub::registers_of(counters), context.style)
-                                   : views::counters(counters, context.style);
+                                   : views::counters(counters, view, context.style);
     });
 }
 
 Result run_delta(Context &context, const Arguments &arguments) {
     const Readings before = read_chips(context, arguments);
     std::this_thread::sleep_for(*arguments.delta);
-    return show(context, wanted(arguments, changes_since(before, read_chips(context, arguments))));
+    return show(context, wanted(context, arguments, changes_since(before, read_chips(context, arguments))));
 }
 
 // As much as a terminal has room for.
@@ -77,7 +122,7 @@ std::string redrawn(const std::string &text) {
         end = text.find('\n', end) + 1;
     }
     return kFromTheTop + text.substr(0, end) +
-           fmt::format("({} more lines: name ports, or use --nonzero)\n", lines - shown);
+           fmt::format("({} more lines: name ports, or use --nonzero or --top)\n", lines - shown);
 }
 
 // For the screen, which is cleared at each interval; stderr may be somewhere else.
@@ -106,10 +151,11 @@ Result run_watch(Context &context, const Arguments &arguments) {
     }
     while (goes_on && watch.wait_for_interval()) {
         Readings now = read_chips(context, arguments);
-        const Readings changes = wanted(arguments, changes_since(before, now));
-        Result result = show(context, changes);
-        result.text = context.can_redraw ? redrawn(failures_of(context.report) + result.text)
-                                         : views::rate_lines(changes, ksltrace::render_time(hub::now_ns()));
+        const Readings changes = wanted(context, arguments, changes_since(before, now));
+        Result result = show(context, changes, true);
+        const std::string heading = fmt::format("{}  every {} s\n", clock_now(), arguments.watch->count());
+        result.text = context.can_redraw ? redrawn(heading + failures_of(context.report) + result.text)
+                                         : views::rate_lines(changes, context.options.counter_names, time_now());
         goes_on = context.show(result);
         before = std::move(now);
     }
@@ -123,11 +169,13 @@ Result run(Context &context, const Arguments &arguments) {
     if (arguments.watch) {
         return run_watch(context, arguments);
     }
-    const Readings readings = wanted(arguments, read_chips(context, arguments));
-    return arguments.openmetrics ? Result{.text = views::openmetrics(readings)} : show(context, readings);
+    const Readings readings = wanted(context, arguments, read_chips(context, arguments));
+    return arguments.openmetrics ? Result{.text = views::openmetrics(readings, context.options.counter_names)}
+                                 : show(context, readings);
 }
 
 void check(Options &options, const Arguments &arguments) {
+    counter_to_sort_by(arguments, options.counter_names);
     const int modes = (arguments.delta ? 1 : 0) + (arguments.watch ? 1 : 0) + (arguments.openmetrics ? 1 : 0);
     if (modes > 1) {
         throw UsageError("--delta, --watch and --openmetrics do not go together");
@@ -135,8 +183,12 @@ void check(Options &options, const Arguments &arguments) {
     if (options.raw && modes != 0) {
         throw UsageError("--raw shows registers, not changes or metrics");
     }
-    if (arguments.openmetrics && (options.json || options.trace || arguments.nonzero)) {
-        throw UsageError("--openmetrics does not go together with --json, --trace or --nonzero");
+    const bool has_order = !arguments.sort.empty() || arguments.top;
+    if (arguments.openmetrics && (options.json || options.trace || arguments.nonzero || has_order)) {
+        throw UsageError("--openmetrics does not go together with --json, --trace, --nonzero, --sort or --top");
+    }
+    if (options.raw && has_order) {
+        throw UsageError("--raw shows registers by their numbers, without --sort and --top");
     }
     if (arguments.watch && options.trace) {
         throw UsageError("--watch does not end, so it shows no trace; let TRACE_KBUF_DIR keep the trace, and look at "
@@ -148,7 +200,7 @@ void check(Options &options, const Arguments &arguments) {
 constexpr char kHelp[] = R"(Without ports the library reads all in one operation; a port that fails is then
 read once more alone, for its code.
 
-Counters have no other names than their offsets in the port's page, 0x50 + port.
+The library knows counters by their offsets in the port's page, 0x50 + port.
 Those at 0x00 and 0x7c have 8 bytes, the others 4; 0x10 and 0x84 are never read.
 A lower library that reads registers one by one (the first generation) reports
 only a failure of the last one, 0x98; any other counter that fails is 0.
@@ -158,14 +210,21 @@ only a failure of the last one, 0x98; any other counter that fails is 0.
                  elsewhere on one line for each port, with --json as one
                  document on a line. It ends at Ctrl-C, on a terminal at q, or
                  when nobody reads the output any more; the exit status is 0 if
-                 nothing failed
+                 nothing failed. 100k is 100 000, M is a million, and G a
+                 thousand millions
   --openmetrics  writes the text format that "promtool check metrics" reads.
                  ksl_mib_readable is 0 for a port that could not be read. The
                  collector treats a counter that wraps around as one that was
                  reset
+  --sort         shows the port first that has most of a counter, or of all
+                 counters together: by the change with --delta and --watch, else
+                 by the value. A port that could not be read comes last
+  --top          shows so many ports of each chip, by the total without --sort
   --nonzero      leaves out counters that are 0, or with --delta and --watch
                  those that did not change
 
+The total of a port is the sum of its counters, whatever they count: a measure
+of how busy the port is, and no number of frames.
 A counter that wraps around continues from 0; changes and rates allow for that.
 A counter that was reset between two readings looks the same.)";
 
@@ -178,6 +237,7 @@ void add_mib_commands(Commands &commands) {
         .help = kHelp,
         .run = run,
         .check = check,
+        .shows_counters = true,
     });
     add_lists(mib, "PORT", arguments.ports, kPorts, "Ports, such as 0-3,7; default: all");
     mib.add_flag("--nonzero", arguments.nonzero, "Only what is not 0");
@@ -185,6 +245,8 @@ void add_mib_commands(Commands &commands) {
         ->type_name("SECONDS");
     add_parsed(mib, "--watch", arguments.watch, parse_seconds, "Rates, again and again in this interval")
         ->type_name("SECONDS");
+    mib.add_option("--sort", arguments.sort, "Largest first: an offset, a name, or total")->type_name("COUNTER");
+    add_number(mib, "--top", arguments.top, kCounts, "Only so many ports of each chip")->type_name("N");
     mib.add_flag("--openmetrics", arguments.openmetrics, "Text for a metrics collector");
 }
 

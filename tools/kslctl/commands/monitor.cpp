@@ -3,9 +3,7 @@
 #include "kslctl/views/monitor.h"
 #include "kslctl/commands/command.h"
 #include "kslctl/commands/watch.h"
-#include "kslctl/hub/own_trace.h"
 #include "kslctl/views/faceplate.h"
-#include "ksltrace/values.h"
 
 #include <algorithm>
 
@@ -17,10 +15,6 @@ struct Arguments {
     NumberSet ports = hub::all_ports();
     hub::Seconds interval{1};
 };
-
-std::string time_now() {
-    return ksltrace::render_time(hub::now_ns());
-}
 
 std::vector<hub::Seen> unseen_chips(const Context &context, const Arguments &arguments) {
     std::vector<hub::Seen> chips;
@@ -66,9 +60,7 @@ private:
         for (hub::Seen &chip : chips_) {
             hub::see(chip, hub::look_at(chip.last.chip, arguments_.ports, hub::WithCounters::yes));
         }
-        constexpr size_t kClock = std::string_view("YYYY-MM-DDT").size();
-        constexpr size_t kClockLength = std::string_view("hh:mm:ss").size();
-        frame_.time = time_now().substr(kClock, kClockLength) + " UTC";
+        frame_.time = clock_now();
     }
 
     bool show() {
@@ -76,6 +68,7 @@ private:
         frame_.rows = rows;
         frame_.columns = columns;
         frame_.interval = arguments_.interval;
+        frame_.names = context_.options.counter_names;
         frame_.simulated = context_.library.simulation().has_value();
         return context_.show({.text = tools::drawn(views::picture(chips_, frame_, context_.style))});
     }
@@ -157,7 +150,7 @@ constexpr char kHelp[] = R"(On a terminal monitor draws each chip as a faceplate
 it lists the ports with the rates of their counters. The keys:
   s  changes the order of the list: busiest first (by the sum of the rates), by
      number, or worst first (not read, failed self-test, link lost in the last
-     minute)
+     minute, counters of errors that move)
   p  pauses, and goes on
   q  ends, as Ctrl-C does
 
@@ -167,8 +160,8 @@ The signs of a port:
   -          no link           !  failed its self-test
   ?          not read          T  in a trunk group that is on
   C          capture port      m  mirrored
-A value that has no room is counted in the line above the keys. Counters are
-named by their offsets; "kslctl mib --help" describes them.
+A value that has no room is counted in the line above the keys. "kslctl mib
+--help" describes the counters.
 
 Elsewhere it writes the state at the start, then a line for each port or chip
 that changed and for each read that fails or works again, with its time. With
@@ -190,6 +183,7 @@ void add_monitor_commands(Commands &commands) {
         .help = kHelp,
         .run = run,
         .check = check,
+        .shows_counters = true,
         .raw_schema = kNoRaw,
     });
     add_lists(monitor, "PORT", arguments.ports, kPorts, "Ports, such as 0-3,7; default: all");

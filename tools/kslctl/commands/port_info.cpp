@@ -13,8 +13,9 @@ struct Arguments {
 };
 
 views::Shown look(Context &context, uint32_t chip, const Arguments &arguments) {
-    return views::port_infos(hub::read_port_infos(chip, arguments.ports, arguments.time, context.failures),
-                             arguments.time, command_line_of(context.options, chip), context.style);
+    const hub::CounterNames &names = context.options.counter_names;
+    return views::port_infos(hub::read_port_infos(chip, arguments.ports, arguments.time, context.failures, names),
+                             arguments.time, names, command_line_of(context.options, chip), context.style);
 }
 
 void check(Options &options, const Arguments &) {
@@ -38,7 +39,7 @@ constexpr char kHelp[] = R"(Everything about a port on one screen:
   trunk      the ports of its group, while trunks are on
   mirroring  whether frames are mirrored, and to which ports; "-" while it is
              off
-  counters   those that moved during the look, by their offsets, and their rates
+  counters   those that moved during the look, and their rates
 At the end are the findings of "kslctl diagnose" about the port.
 
 How kslctl reads the bits: as "kslctl COMMAND --help" says for port show,
@@ -54,6 +55,7 @@ void add_port_info_command(Commands &commands) {
         .help = kHelp,
         .look = look,
         .check = check,
+        .shows_counters = true,
     });
     add_lists(app, "PORT", arguments.ports, kPorts, "Ports, such as 0-3,7")->required();
     add_parsed(app, "--for", arguments.time, parse_seconds, "Time of the look, 0.01 to 86400; default: 1")

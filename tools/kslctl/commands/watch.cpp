@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/commands/watch.h"
 
+#include "kslctl/hub/own_trace.h"
+#include "ksltrace/values.h"
+
 #include <algorithm>
 #include <poll.h>
 #include <unistd.h>
@@ -33,6 +36,16 @@ timespec timespec_of(std::chrono::nanoseconds time) {
 }
 
 } // namespace
+
+std::string time_now() {
+    return ksltrace::render_time(hub::now_ns());
+}
+
+std::string clock_now() {
+    constexpr size_t kClock = std::string_view("YYYY-MM-DDT").size();
+    constexpr size_t kClockLength = std::string_view("hh:mm:ss").size();
+    return time_now().substr(kClock, kClockLength) + " UTC";
+}
 
 Watch::Watch(std::chrono::duration<double> interval, std::optional<tools::Terminal::Screen> screen)
     : interval_(std::chrono::duration_cast<Clock::duration>(interval)), next_(Clock::now() + interval_) {

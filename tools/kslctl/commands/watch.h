@@ -13,6 +13,10 @@
 
 namespace kslctl {
 
+// In UTC: "2026-01-31T12:00:00.000000Z", and "12:00:00 UTC".
+std::string time_now();
+std::string clock_now();
+
 // While it exists, a first SIGINT, SIGTERM or SIGHUP ends the watch; a second one ends the program as usual.
 class Watch {
 public:

@@ -26,9 +26,16 @@ Fact<VlanEntries> read_vlans(uint32_t chip, Failures &failures) {
 
 } // namespace
 
-ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch,
-                          Failures &failures) {
+ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch, Failures &failures,
+                          const CounterNames &names) {
+    std::optional<ChipCounters> counters;
+    if (watch && has_errors(names)) {
+        counters = read_counters(chip, ports, failures);
+    }
     const Fact<LinkChanges> changes = watch ? watch_links(chip, *watch, failures) : Fact<LinkChanges>();
+    if (counters) {
+        counters = moved_since(*counters, failures);
+    }
     ChipFacts facts{.by_number = !ports.empty(),
                     .status = read_status(chip,
                                           {&registers::self_test, &registers::switch_mode, &registers::link_status,
@@ -55,7 +62,27 @@ ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::o
                                .learning_limit = learning.limit,
                                .link_changes = changes.map([port](const LinkChanges &c) { return c[port]; })});
     }
+    if (counters) {
+        add_errors(facts, *counters, names);
+    }
     return facts;
+}
+
+void add_errors(ChipFacts &facts, const ChipCounters &moved, const CounterNames &names) {
+    if (!has_errors(names)) {
+        return;
+    }
+    for (PortFacts &port : facts.ports) {
+        port.errors = moved.ports.at(port.status.port).map([&](const std::vector<CounterValue> &counters) {
+            std::vector<ErrorCount> errors;
+            for (const CounterValue &counter : counters) {
+                if (is_error(*counter.which, names) && counter.change.is_read()) {
+                    errors.push_back({label_of(*counter.which, names), counter.which->offset, counter.change->by});
+                }
+            }
+            return errors;
+        });
+    }
 }
 
 Fact<std::vector<uint32_t>> mirror_targets(const ChipFacts &chip) {

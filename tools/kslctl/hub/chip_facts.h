@@ -2,6 +2,7 @@
 // What there is to know about a chip and some of its ports, for a diagnosis.
 #pragma once
 
+#include "kslctl/hub/counter_names.h"
 #include "kslctl/hub/forwarding.h"
 #include "kslctl/hub/link_watch.h"
 #include "kslctl/hub/ports.h"
@@ -10,6 +11,13 @@
 
 namespace kslctl::hub {
 
+// How far a counter moved that is named as one of errors.
+struct ErrorCount {
+    std::string name;
+    uint32_t offset;
+    uint64_t by;
+};
+
 struct PortFacts {
     PortStatus status;
     Fact<PortControl> control;
@@ -17,7 +25,8 @@ struct PortFacts {
     Fact<Pvid> pvid;
     Fact<uint32_t> learned;
     Fact<uint32_t> learning_limit;
-    Fact<uint32_t> link_changes; // within the watch; means nothing without one
+    Fact<uint32_t> link_changes;            // within the watch; means nothing without one
+    Fact<std::vector<ErrorCount>> errors{}; // those that moved within it; means nothing without names of errors
 };
 
 // Which frames a chip mirrors, and to which ports. The masks also hold what they did before it was switched off.
@@ -39,9 +48,13 @@ struct ChipFacts {
 
 using Time = std::chrono::duration<double>;
 
-// Without ports, those of the whole chip. With a time, the links are watched first.
-ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch,
-                          Failures &failures);
+// Without ports, those of the whole chip. With a time, the links are watched first, and so are counters that are named
+// as errors.
+ChipFacts read_chip_facts(uint32_t chip, std::span<const uint32_t> ports, std::optional<Time> watch, Failures &failures,
+                          const CounterNames &names = {});
+
+// Adds the errors to the facts, if there are names of errors. `moved` has the counters of the same ports that moved.
+void add_errors(ChipFacts &facts, const ChipCounters &moved, const CounterNames &names);
 
 // The capture ports while mirroring is on.
 Fact<std::vector<uint32_t>> mirror_targets(const ChipFacts &chip);

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/counters.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fmt/core.h>
 #include <numeric>
+#include <tuple>
 
 namespace kslctl::hub {
 
@@ -45,6 +47,26 @@ std::string describe_counters(const std::vector<uint32_t> &ports) {
     return fmt::format("counters of {} (page {})", describe_ports(ports), page);
 }
 
+double in_tenths(double rate) {
+    return std::round(rate * 10) / 10;
+}
+
+// A sum that has no room is as large as there is room for.
+uint64_t sum_of(uint64_t a, uint64_t b) {
+    return a > UINT64_MAX - b ? UINT64_MAX : a + b;
+}
+
+// By what ports are sorted.
+uint64_t amount(const std::vector<CounterValue> &counters, const Counter *by, bool of_changes) {
+    uint64_t sum = 0;
+    for (const CounterValue &counter : counters) {
+        if (by == nullptr || counter.which == by) {
+            sum = sum_of(sum, !of_changes ? counter.value : counter.change.is_read() ? counter.change->by : 0);
+        }
+    }
+    return sum;
+}
+
 // An unknown change may be any.
 bool is_zero(const CounterValue &counter) {
     return counter.change.failure() == nullptr && (counter.change.is_read() ? counter.change->by : counter.value) == 0;
@@ -65,7 +87,7 @@ const std::array<Counter, kCounterCount> kCounters = {{
 ChipCounters read_counters(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
     std::array<Block, KSL_PORTS> blocks;
     std::memset(blocks.data(), kUntouchedByte, sizeof blocks);
-    ChipCounters reading{chip, std::chrono::steady_clock::now(), {}};
+    ChipCounters reading{.chip = chip, .time = std::chrono::steady_clock::now(), .ports = {}};
     std::vector<uint32_t> wanted(ports.begin(), ports.end());
     if (wanted.empty()) {
         wanted = all_ports();
@@ -106,13 +128,70 @@ ChipCounters changes_since(const ChipCounters &before, ChipCounters now) {
             for (size_t i = 0; i < values.size(); ++i) {
                 values[i].change = earlier.map([&](const std::vector<CounterValue> &old) {
                     const uint64_t by = distance(*old[i].which, old[i].value, values[i].value);
-                    return CounterChange{by, std::round(static_cast<double>(by) / since.count() * 10) / 10};
+                    return CounterChange{by, in_tenths(static_cast<double>(by) / since.count())};
                 });
             }
             return values;
         });
     }
     return now;
+}
+
+ChipCounters moved_since(const ChipCounters &before, Failures &failures) {
+    std::vector<uint32_t> read;
+    for (const auto &[port, counters] : before.ports) {
+        if (counters.is_read()) {
+            read.push_back(port);
+        }
+    }
+    ChipCounters now = before;
+    now.time = std::chrono::steady_clock::now();
+    if (!read.empty()) {
+        // All ports by one operation.
+        const std::span<const uint32_t> ports = read.size() < KSL_PORTS ? read : std::span<const uint32_t>();
+        ChipCounters again = read_counters(before.chip, ports, failures);
+        now.time = again.time;
+        again.ports.merge(now.ports);
+        now.ports = std::move(again.ports);
+    }
+    return without_zeros(changes_since(before, std::move(now)));
+}
+
+Fact<CounterChange> total_of(const std::vector<CounterValue> &counters) {
+    Fact<CounterChange> total;
+    for (const CounterValue &counter : counters) {
+        if (total.is_read() && counter.change.is_read()) {
+            total = CounterChange{sum_of(total->by, counter.change->by),
+                                  in_tenths(total->per_second + counter.change->per_second)};
+        } else if (!total.is_read()) {
+            total = counter.change;
+        }
+    }
+    return total;
+}
+
+ChipCounters sorted(ChipCounters counters, const Counter *by, std::optional<size_t> most) {
+    using Key = std::tuple<bool, uint64_t, uint32_t>;
+    std::vector<Key> keys;
+    for (const auto &[port, values] : counters.ports) {
+        const uint64_t large = values.is_read() ? amount(*values, by, counters.since.has_value()) : 0;
+        keys.emplace_back(!values.is_read(), UINT64_MAX - large, port);
+    }
+    std::sort(keys.begin(), keys.end());
+    keys.resize(std::min(keys.size(), most.value_or(keys.size())));
+    counters.order.clear();
+    std::transform(keys.begin(), keys.end(), std::back_inserter(counters.order),
+                   [](const Key &key) { return std::get<uint32_t>(key); });
+    return counters;
+}
+
+std::vector<uint32_t> ports_of(const ChipCounters &counters) {
+    std::vector<uint32_t> ports = counters.order;
+    if (ports.empty()) {
+        std::transform(counters.ports.begin(), counters.ports.end(), std::back_inserter(ports),
+                       [](const auto &each) { return each.first; });
+    }
+    return ports;
 }
 
 ChipCounters without_zeros(ChipCounters counters) {

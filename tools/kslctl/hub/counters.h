@@ -40,6 +40,7 @@ struct ChipCounters {
     std::chrono::steady_clock::time_point time;
     std::map<uint32_t, Fact<std::vector<CounterValue>>> ports; // the counters by their offsets
     std::optional<Seconds> since = std::nullopt;               // how long ago the earlier reading was
+    std::vector<uint32_t> order{};                             // those to show; empty: all by their numbers
 };
 
 // Without ports, all of them by one operation. One failure is noted for all ports that fail with the same code.
@@ -50,6 +51,20 @@ ChipCounters changes_since(const ChipCounters &before, ChipCounters now);
 
 // How far a counter came, if it wrapped around at most once.
 uint64_t distance(const Counter &which, uint64_t before, uint64_t now);
+
+// What moved since an earlier reading. A port that failed then is not read again.
+ChipCounters moved_since(const ChipCounters &before, Failures &failures);
+
+// All counters of a port together, whatever they count: how busy it is. Those whose change is not known are left out;
+// without a known one it is not known either.
+Fact<CounterChange> total_of(const std::vector<CounterValue> &counters);
+
+// Ports by a counter or, without one, by all together: by the change if these are changes, else by the value. The
+// largest comes first; a port that was not read comes last. At most so many are kept in the order.
+ChipCounters sorted(ChipCounters counters, const Counter *by, std::optional<size_t> most);
+
+// The ports to show.
+std::vector<uint32_t> ports_of(const ChipCounters &counters);
 
 // Without the counters that are 0, or if these are changes, without those that did not change.
 ChipCounters without_zeros(ChipCounters counters);

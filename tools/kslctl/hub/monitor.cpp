@@ -97,7 +97,15 @@ Fact<MirrorRole> mirroring_of(const Look &look, uint32_t port) {
     });
 }
 
-enum class Trouble { unread, failed, lost, none };
+double error_rate(const Fact<std::vector<CounterValue>> &counters, const CounterNames &names) {
+    const Fact<CounterChange> errors = counters.map([&](std::vector<CounterValue> values) {
+        std::erase_if(values, [&](const CounterValue &value) { return !is_error(*value.which, names); });
+        return total_of(values).is_read() ? *total_of(values) : CounterChange{};
+    });
+    return errors.is_read() ? errors->per_second : 0;
+}
+
+enum class Trouble { unread, failed, lost, errors, none };
 
 Trouble trouble_of(const SeenPort &port) {
     if (port.is_unread()) {
@@ -106,7 +114,7 @@ Trouble trouble_of(const SeenPort &port) {
     if (port.failed.is_read() && *port.failed) {
         return Trouble::failed;
     }
-    return port.lost ? Trouble::lost : Trouble::none;
+    return port.lost ? Trouble::lost : port.error_rate > 0 ? Trouble::errors : Trouble::none;
 }
 
 } // namespace
@@ -189,16 +197,11 @@ bool SeenPort::is_unread() const {
 }
 
 double SeenPort::rate() const {
-    double sum = 0;
-    if (counters.is_read()) {
-        for (const CounterValue &counter : *counters) {
-            sum += counter.change.is_read() ? counter.change->per_second : 0;
-        }
-    }
-    return sum;
+    const Fact<CounterChange> total = counters.is_read() ? total_of(*counters) : Fact<CounterChange>();
+    return total.is_read() ? total->per_second : 0;
 }
 
-std::vector<SeenPort> seen_ports(const Seen &seen) {
+std::vector<SeenPort> seen_ports(const Seen &seen, const CounterNames &names) {
     const Look &look = seen.last;
     std::vector<SeenPort> ports;
     for (const PortStatus &status : look.ports) {
@@ -208,13 +211,15 @@ std::vector<SeenPort> seen_ports(const Seen &seen) {
                       .in_trunk = {},
                       .mirroring = {},
                       .counters = {},
-                      .lost = {}};
+                      .lost = {},
+                      .error_rate = 0};
         port.failed =
             look.self_test.map([&](const SelfTest &test) { return contains(test.failed_ports, status.port); });
         port.in_trunk = in_trunk(look, status.port);
         port.mirroring = mirroring_of(look, status.port);
         if (look.counters) {
             port.counters = look.counters->ports.at(status.port);
+            port.error_rate = error_rate(port.counters, names);
         }
         const auto lost = seen.lost.find(status.port);
         if (lost != seen.lost.end() && look.time - lost->second <= kLately) {
@@ -230,8 +235,9 @@ void sort(std::vector<SeenPort> &ports, Order order) {
     const auto key = [order](const SeenPort &port) {
         const Trouble trouble = order == Order::worst ? trouble_of(port) : Trouble::none;
         const double lost = trouble == Trouble::lost ? port.lost->count() : 0;
+        const double errors = trouble == Trouble::errors ? -port.error_rate : 0;
         const double idle = order == Order::busiest ? -port.rate() : 0;
-        return std::tuple(trouble, lost, idle, port.chip, port.status.port);
+        return std::tuple(trouble, lost, errors, idle, port.chip, port.status.port);
     };
     std::sort(ports.begin(), ports.end(), [&](const SeenPort &a, const SeenPort &b) { return key(a) < key(b); });
 }

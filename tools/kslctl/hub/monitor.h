@@ -2,7 +2,7 @@
 // A chip looked at again and again: what is seen in a look, and what changed since the looks before.
 #pragma once
 
-#include "kslctl/hub/counters.h"
+#include "kslctl/hub/counter_names.h"
 #include "kslctl/hub/forwarding.h"
 #include "kslctl/hub/status.h"
 
@@ -88,6 +88,7 @@ struct SeenPort {
     Fact<MirrorRole> mirroring;
     Fact<std::vector<CounterValue>> counters; // means nothing if counters were not asked for
     std::optional<Seconds> lost;              // how long ago it lost its link, if that was lately
+    double error_rate = 0;                    // of its counters that are named as errors
 
     bool is_unread() const;
     double rate() const; // of all its counters
@@ -95,12 +96,12 @@ struct SeenPort {
 
 inline constexpr std::chrono::seconds kLately{60};
 
-std::vector<SeenPort> seen_ports(const Seen &seen);
+std::vector<SeenPort> seen_ports(const Seen &seen, const CounterNames &names = {});
 
 enum class Order { busiest, by_number, worst };
 
 // The worst ports are those that were not read, then those whose self-test failed, then those that lost their link
-// lately, the last one first.
+// lately, the last one first, then those that count errors, most first.
 void sort(std::vector<SeenPort> &ports, Order order);
 
 } // namespace kslctl::hub

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "kslctl/hub/addresses.h"
-#include "kslctl/hub/counters.h"
 #include "kslctl/hub/diagnosis.h"
 
 namespace kslctl::hub {
@@ -17,6 +16,7 @@ struct PortInfo {
     const PortFacts &port() const { return chip.ports[0]; }
 };
 
-std::vector<PortInfo> read_port_infos(uint32_t chip, std::span<const uint32_t> ports, Time time, Failures &failures);
+std::vector<PortInfo> read_port_infos(uint32_t chip, std::span<const uint32_t> ports, Time time, Failures &failures,
+                                      const CounterNames &names = {});
 
 } // namespace kslctl::hub

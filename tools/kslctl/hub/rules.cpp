@@ -237,6 +237,18 @@ Verdict link_unsteady(const ChipFacts &, const PortFacts &port) {
     return over(judge, port.link_changes);
 }
 
+Verdict errors_counted(const ChipFacts &, const PortFacts &port) {
+    const auto judge = [&](const std::vector<ErrorCount> &errors) {
+        std::vector<std::string> seen;
+        std::transform(errors.begin(), errors.end(), std::back_inserter(seen), [&](const ErrorCount &error) {
+            return fmt::format("counter {} of port {} (page 0x{:02x}, offset 0x{:02x}): moved by {}", error.name,
+                               port.status.port, KSL_COUNTER_PAGE + port.status.port, error.offset, error.by);
+        });
+        return met_if(!seen.empty(), {fmt::format("{}", fmt::join(seen, "; "))});
+    };
+    return over(judge, port.errors);
+}
+
 // Only for a port that somebody misses: the others may be unused.
 Verdict no_link(const ChipFacts &chip, const PortFacts &port) {
     if (!chip.by_number) {
@@ -450,6 +462,12 @@ constexpr Rule kRules[] = {
      .meaning = "A loose contact, a partner that starts anew, or two sides that find no common speed.",
      .command = "diagnose {} --for 60",
      .of_port = link_unsteady,
+     .severity = Severity::warning},
+    {.id = "errors_counted",
+     .title = "a counter of errors moved during the look",
+     .meaning = "The name says what goes wrong. Look at the cable, at the duplex of both sides, and at the partner.",
+     .command = "mib {} --delta 5",
+     .of_port = errors_counted,
      .severity = Severity::warning},
     {.id = "member_of_invalid_vlan",
      .title = "the port is in a VLAN that is not valid",

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/views/faceplate.h"
 
+#include "kslctl/views/counters.h"
 #include "kslctl/views/failure.h"
 #include "kslctl/views/values.h"
 
@@ -159,7 +160,7 @@ public:
     Painter(const std::vector<Seen> &chips, const Frame &frame, const Style &style)
         : chips_(chips), frame_(frame), style_(style), is_wide_(frame.columns >= kPortsInRow * kWideCell) {
         for (const Seen &chip : chips) {
-            const std::vector<SeenPort> of_chip = hub::seen_ports(chip);
+            const std::vector<SeenPort> of_chip = hub::seen_ports(chip, frame.names);
             ports_.insert(ports_.end(), of_chip.begin(), of_chip.end());
             failures_.insert(failures_.end(), chip.last.failures.begin(), chip.last.failures.end());
         }
@@ -307,21 +308,9 @@ void Painter::add_legend() {
 
 constexpr size_t kRateColumns = 8;
 
-// At most seven characters.
-std::string rate_text(double rate) {
-    constexpr double kSmall = 1000;
-    constexpr double kMedium = 1e5;
-    constexpr double kLarge = 1e8;
-    constexpr double kHuge = 1e11;
-    if (rate < kSmall) {
-        return fmt::format("{:.1f}", rate);
-    }
-    if (rate < kMedium) {
-        return fmt::format("{:.0f}", rate);
-    }
-    return rate < kLarge  ? fmt::format("{:.0f}k", rate / 1e3)
-           : rate < kHuge ? fmt::format("{:.0f}M", rate / 1e6)
-                          : fmt::format("{:.0e}", rate);
+// A rate has eight columns, and more below a long name.
+std::string heading_of(const hub::Counter &counter, const hub::CounterNames &names) {
+    return fmt::format("{:>{}}", " " + hub::label_of(counter, names) + "/s", kRateColumns);
 }
 
 // Those that move most, as many as have room, in the order of their offsets.
@@ -340,7 +329,13 @@ void Painter::choose_counters(size_t columns) {
     }
     std::stable_sort(counters_.begin(), counters_.end(),
                      [&](const auto *a, const auto *b) { return rates[a] > rates[b]; });
-    const size_t shown = std::min(counters_.size(), columns / kRateColumns);
+    size_t shown = 0;
+    for (size_t used = 0; shown < counters_.size(); ++shown) {
+        used += heading_of(*counters_[shown], frame_.names).size();
+        if (used > columns) {
+            break;
+        }
+    }
     missing_counters_ = counters_.size() - shown;
     counters_.resize(shown);
     std::sort(counters_.begin(), counters_.end(), [](const auto *a, const auto *b) { return a->offset < b->offset; });
@@ -351,7 +346,7 @@ void Painter::add_list() {
     heading.add(fmt::format("{}port  link  marks  lost", chips_.size() > 1 ? "chip  " : ""), Colour::bold);
     choose_counters(heading.left());
     for (const hub::Counter *const counter : counters_) {
-        heading.add(fmt::format("{:>{}}", fmt::format("0x{:02x}/s", counter->offset), kRateColumns), Colour::bold);
+        heading.add(heading_of(*counter, frame_.names), Colour::bold);
     }
     if (counters_.empty()) {
         const bool has_rates = std::any_of(chips_.begin(), chips_.end(), [](const Seen &chip) {
@@ -401,7 +396,10 @@ void Painter::add_port(const SeenPort &port) {
         const Cell rate = cell(value->change, [](const hub::CounterChange &change) {
             return Cell{rate_text(change.per_second), nullptr};
         });
-        text.add(fmt::format("{:>{}}", rate.text, kRateColumns));
+        const bool is_trouble =
+            hub::is_error(*counter, frame_.names) && value->change.is_read() && value->change->by != 0;
+        text.add(fmt::format("{:>{}}", rate.text, heading_of(*counter, frame_.names).size()),
+                 is_trouble ? Colour::red : Colour::none);
     }
     finish(text);
 }

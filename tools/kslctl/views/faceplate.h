@@ -15,6 +15,7 @@ struct Frame {
     std::string time{};
     hub::Seconds interval{};
     bool simulated = false;
+    hub::CounterNames names{};
 };
 
 // As many lines as the frame has rows, none wider than it, without an end of the last line. What has no room is counted

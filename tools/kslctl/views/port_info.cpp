@@ -23,6 +23,7 @@ constexpr size_t kLines = 22; // of a terminal of 24, with the number of the chi
 struct Row {
     const PortInfo &info;
     hub::Time time;
+    const hub::CounterNames &names;
 };
 
 uint32_t port_of(const Row &row) {
@@ -149,14 +150,15 @@ Cell mirroring(const Row &row) {
 
 Cell counters_line(const Row &row) {
     const auto &of_port = row.info.counters.ports.begin()->second;
-    const Json json = counters(row.info.counters, Style(false)).json["ports"][0]["counters"];
-    const Cell text = cell(of_port, [](const std::vector<hub::CounterValue> &values) {
+    const Json json = counters(row.info.counters, {row.names}, Style(false)).json["ports"][0]["counters"];
+    const Cell text = cell(of_port, [&](const std::vector<hub::CounterValue> &values) {
         std::string rates;
         for (const hub::CounterValue &value : values) {
             const Cell rate = cell(value.change, [](const hub::CounterChange &change) {
                 return Cell{fmt::format("{:.1f}/s", change.per_second), {}};
             });
-            rates += fmt::format("{}0x{:02x}={}", rates.empty() ? "" : " ", value.which->offset, rate.text);
+            rates +=
+                fmt::format("{}{}={}", rates.empty() ? "" : " ", hub::label_of(*value.which, row.names), rate.text);
         }
         return Cell{rates.empty() ? "none moves" : rates, {}};
     });
@@ -213,10 +215,11 @@ std::string text_of(const Row &row, const std::string &kslctl, const Style &styl
 
 } // namespace
 
-Shown port_infos(const std::vector<PortInfo> &infos, hub::Time time, const std::string &kslctl, const Style &style) {
+Shown port_infos(const std::vector<PortInfo> &infos, hub::Time time, const hub::CounterNames &names,
+                 const std::string &kslctl, const Style &style) {
     Shown shown{{{"seconds", time.count()}, {"ports", Json::array()}}, {}};
     for (const PortInfo &info : infos) {
-        const Row row{info, time};
+        const Row row{info, time, names};
         Json json = object(kInfoColumns, row);
         json.update(diagnosis(info.diagnosis, kslctl, style).json);
         shown.json["ports"].push_back(json);

@@ -8,7 +8,7 @@
 namespace kslctl::views {
 
 // `kslctl` begins each command that is proposed.
-Shown port_infos(const std::vector<hub::PortInfo> &infos, hub::Time time, const std::string &kslctl,
-                 const Style &style);
+Shown port_infos(const std::vector<hub::PortInfo> &infos, hub::Time time, const hub::CounterNames &names,
+                 const std::string &kslctl, const Style &style);
 
 } // namespace kslctl::views
