@@ -104,6 +104,12 @@ TEST(CounterTable, HasNamesAndUnits) {
     EXPECT_EQ(counters[2]["error"], true);
 }
 
+TEST(CounterTable, ShowsErrorsThatMove) {
+    const std::string text = views::counters(made_changes(), {kNames}, views::Style(true)).text;
+    EXPECT_THAT(text, HasSubstr("\x1b[31m1\x1b["));
+    EXPECT_THAT(text, Not(HasSubstr("250000\x1b[")));
+}
+
 TEST(CounterTable, IsInTheOrderOfThePorts) {
     hub::ChipCounters counters = made_changes();
     counters.order = {5, 3};

@@ -59,7 +59,10 @@ Cell of_change(const Row &row, Cell (*show)(const hub::CounterChange &change, co
 }
 
 Cell change(const Row &row) {
-    return of_change(row, [](const hub::CounterChange &change, const CounterView &) { return number(change.by); });
+    const bool counts_errors = row.name() != nullptr && row.name()->is_error;
+    Cell cell = of_change(row, [](const hub::CounterChange &change, const CounterView &) { return number(change.by); });
+    cell.is_wrong = counts_errors && row.counter->change.is_read() && row.counter->change->by != 0;
+    return cell;
 }
 
 // Its text always has the same width, so that the columns keep their places from one reading to the next.
