@@ -210,16 +210,16 @@ TEST(MonitorOrder, BusiestFirstThenByNumber) {
     EXPECT_THAT(numbers(ports), ElementsAre(3, 2, 0, 1));
 }
 
-SeenPort spoiling(uint32_t port, double error_rate) {
+SeenPort spoiling(uint32_t port, uint64_t errors) {
     SeenPort made = busy(port, 1);
-    made.error_rate = error_rate;
+    made.errors = errors;
     return made;
 }
 
 TEST(MonitorOrder, WorstHasMostErrorsFirstAfterLostLinks) {
     SeenPort lost = spoiling(9, 1);
     lost.lost = Seconds(9);
-    std::vector<SeenPort> ports = {listed(0, 0), spoiling(1, 0.5), spoiling(2, 7), lost, spoiling(3, 0)};
+    std::vector<SeenPort> ports = {listed(0, 0), spoiling(1, 1), spoiling(2, 7), lost, spoiling(3, 0)};
     sort(ports, Order::worst);
     EXPECT_THAT(numbers(ports), ElementsAre(9, 2, 1, 0, 3));
     sort(ports, Order::busiest);
@@ -236,12 +236,12 @@ TEST(MonitorSeen, ErrorsAreTheCountersThatAreNamedSo) {
         look.counters = counters_of(3, time, value);
         see(seen, look);
     }
-    EXPECT_EQ(seen_ports(seen, names)[0].error_rate, 10);
-    EXPECT_EQ(seen_ports(seen)[0].error_rate, 0);
+    EXPECT_EQ(seen_ports(seen, names)[0].errors, 20U);
+    EXPECT_EQ(seen_ports(seen)[0].errors, 0U);
     Look unread = made(4s, {with_link(3)});
     unread.counters = ChipCounters{0, TimePoint(4s), {{3, kFailure}}};
     see(seen, unread);
-    EXPECT_EQ(seen_ports(seen, names)[0].error_rate, 0);
+    EXPECT_EQ(seen_ports(seen, names)[0].errors, 0U);
 }
 
 TEST(MonitorOrder, ByNumberIsByChipFirst) {

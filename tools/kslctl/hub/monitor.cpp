@@ -97,12 +97,12 @@ Fact<MirrorRole> mirroring_of(const Look &look, uint32_t port) {
     });
 }
 
-double error_rate(const Fact<std::vector<CounterValue>> &counters, const CounterNames &names) {
+uint64_t errors_of(const Fact<std::vector<CounterValue>> &counters, const CounterNames &names) {
     const Fact<CounterChange> errors = counters.map([&](std::vector<CounterValue> values) {
         std::erase_if(values, [&](const CounterValue &value) { return !is_error(*value.which, names); });
         return total_of(values).is_read() ? *total_of(values) : CounterChange{};
     });
-    return errors.is_read() ? errors->per_second : 0;
+    return errors.is_read() ? errors->by : 0;
 }
 
 enum class Trouble { unread, failed, lost, errors, none };
@@ -114,7 +114,7 @@ Trouble trouble_of(const SeenPort &port) {
     if (port.failed.is_read() && *port.failed) {
         return Trouble::failed;
     }
-    return port.lost ? Trouble::lost : port.error_rate > 0 ? Trouble::errors : Trouble::none;
+    return port.lost ? Trouble::lost : port.errors != 0 ? Trouble::errors : Trouble::none;
 }
 
 } // namespace
@@ -212,14 +212,14 @@ std::vector<SeenPort> seen_ports(const Seen &seen, const CounterNames &names) {
                       .mirroring = {},
                       .counters = {},
                       .lost = {},
-                      .error_rate = 0};
+                      .errors = 0};
         port.failed =
             look.self_test.map([&](const SelfTest &test) { return contains(test.failed_ports, status.port); });
         port.in_trunk = in_trunk(look, status.port);
         port.mirroring = mirroring_of(look, status.port);
         if (look.counters) {
             port.counters = look.counters->ports.at(status.port);
-            port.error_rate = error_rate(port.counters, names);
+            port.errors = errors_of(port.counters, names);
         }
         const auto lost = seen.lost.find(status.port);
         if (lost != seen.lost.end() && look.time - lost->second <= kLately) {
@@ -235,9 +235,9 @@ void sort(std::vector<SeenPort> &ports, Order order) {
     const auto key = [order](const SeenPort &port) {
         const Trouble trouble = order == Order::worst ? trouble_of(port) : Trouble::none;
         const double lost = trouble == Trouble::lost ? port.lost->count() : 0;
-        const double errors = trouble == Trouble::errors ? -port.error_rate : 0;
+        const uint64_t no_errors = trouble == Trouble::errors ? UINT64_MAX - port.errors : 0;
         const double idle = order == Order::busiest ? -port.rate() : 0;
-        return std::tuple(trouble, lost, errors, idle, port.chip, port.status.port);
+        return std::tuple(trouble, lost, no_errors, idle, port.chip, port.status.port);
     };
     std::sort(ports.begin(), ports.end(), [&](const SeenPort &a, const SeenPort &b) { return key(a) < key(b); });
 }

@@ -88,7 +88,7 @@ struct SeenPort {
     Fact<MirrorRole> mirroring;
     Fact<std::vector<CounterValue>> counters; // means nothing if counters were not asked for
     std::optional<Seconds> lost;              // how long ago it lost its link, if that was lately
-    double error_rate = 0;                    // of its counters that are named as errors
+    uint64_t errors = 0;                      // since the look before, by the counters that are named so
 
     bool is_unread() const;
     double rate() const; // of all its counters
