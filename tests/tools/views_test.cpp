@@ -158,6 +158,18 @@ TEST(Failures, WithoutAnOperationHaveTheirReason) {
     EXPECT_EQ(shown.json, expected);
 }
 
+TEST(Failures, OfOneCauseAreOneSentence) {
+    const hub::Failure more[] = {{1, "other", "mode", 17},
+                                 {1, {}, "port 3", 17, "not set", {}, "it could not be read"},
+                                 {1, "other", "speed", 17}};
+    EXPECT_EQ(views::sentence({kFailure, more[0]}, false),
+              "chip 1: register and 1 more not read: operation returned 17 (a code of the lower library)");
+    EXPECT_EQ(views::sentence({kFailure, more[0], more[1], more[2]}, false),
+              "chip 1: register and 2 more not read, port 3 not set: operation returned 17 (a code of the lower "
+              "library)");
+    EXPECT_EQ(views::sentence({more[1], more[1]}, false), "chip 1: port 3 and 1 more not set: it could not be read");
+}
+
 TEST(TrunkAnswer, IsYesNoOrNotRead) {
     const views::Shown yes = views::trunk_answer({0, 22, 23}, true, kPlain);
     EXPECT_EQ(yes.text, "trunk group 0  has the ports 22 and 23\n");

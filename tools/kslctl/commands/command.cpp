@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/commands/command.h"
 
+#include "kslctl/hub/failures.h"
 #include "kslctl/views/changes.h"
 
 #include <algorithm>
@@ -17,16 +18,36 @@ void Report::say() {
     }
 }
 
-void Report::keep(const views::Shown &failure) {
+void Report::fail(const hub::Failures &failures) {
+    for (const hub::Failures &group : hub::by_cause(failures)) {
+        const bool is_told = std::any_of(told_.begin(), told_.end(), [&](const hub::Failure &told) {
+            return hub::have_same_cause(told, group.front());
+        });
+        if (!is_told) {
+            sayings_.push_back({"kslctl", views::sentence(group, simulated_)});
+            told_.push_back(group.front());
+        }
+    }
+    for (const hub::Failure &failure : failures) {
+        mention(failure);
+        has_failures_ = true;
+    }
+}
+
+void Report::fail(const std::string &sentence) {
+    const views::Shown failure = views::failure(sentence);
     sayings_.push_back({"kslctl", failure.text});
     errors_.push_back(failure.json);
     has_failures_ = true;
 }
 
+Json Report::take_errors() {
+    told_.clear();
+    return std::exchange(errors_, Json::array());
+}
+
 void Context::report_failures() {
-    for (const hub::Failure &failure : std::exchange(failures, {})) {
-        report.fail(failure);
-    }
+    report.fail(std::exchange(failures, {}));
 }
 
 Result of_each_chip(Context &context, const std::function<views::Shown(uint32_t chip)> &look) {

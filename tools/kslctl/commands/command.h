@@ -56,9 +56,10 @@ public:
     Report(const Report &) = delete;
     Report &operator=(const Report &) = delete;
 
-    void fail(const hub::Failure &failure) { keep(views::failure(failure, simulated_)); }
+    // One line for each cause. Later failures that have it, too, are only for the document.
+    void fail(const hub::Failures &failures);
     // A failure of anything else, as one sentence.
-    void fail(const std::string &sentence) { keep(views::failure(sentence)); }
+    void fail(const std::string &sentence);
 
     // A failure that may end yet: only for the next document.
     void mention(const hub::Failure &failure) { errors_.push_back(views::failure(failure, simulated_).json); }
@@ -71,8 +72,8 @@ public:
 
     bool has_failures() const { return has_failures_; }
     const Json &errors() const { return errors_; }
-    // The same, once.
-    Json take_errors() { return std::exchange(errors_, Json::array()); }
+    // The same, once. A cause is told again for the next document.
+    Json take_errors();
 
 private:
     struct Saying {
@@ -80,10 +81,9 @@ private:
         std::string sentence;
     };
 
-    void keep(const views::Shown &failure);
-
     bool simulated_;
     std::vector<Saying> sayings_;
+    hub::Failures told_; // one of each cause
     bool has_failures_ = false;
     Json errors_ = Json::array();
 };

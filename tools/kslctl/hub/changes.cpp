@@ -15,9 +15,12 @@ std::vector<ChangedRegister> change_port(uint32_t chip, uint32_t port, const Cha
         rows.push_back({write.which, port, read(*write.which, chip, port, failures), std::nullopt, {}});
     }
     const std::string about = fmt::format(fmt::runtime(change.about), port);
-    if (!std::all_of(rows.begin(), rows.end(), [](const ChangedRegister &row) { return row.before.is_read(); })) {
+    const auto unread =
+        std::find_if(rows.begin(), rows.end(), [](const ChangedRegister &row) { return !row.before.is_read(); });
+    if (unread != rows.end()) {
         const Failure &failure = note(failures, {.chip = chip,
                                                  .about = about,
+                                                 .code = unread->before.failure()->code,
                                                  .undone = change.undone,
                                                  .reason = "what it would change could not be read first"});
         for (ChangedRegister &row : rows) {

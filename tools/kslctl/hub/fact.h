@@ -17,7 +17,7 @@ struct Failure {
     uint32_t chip;
     std::string operation{}; // empty: there is only the reason
     std::string about;       // what was to be read or changed
-    int32_t code = 0;        // of the operation
+    int32_t code = 0;        // of the operation, or of the failed one that this failure follows from
     std::string undone = "not read";
     std::string refusal{}; // what the code -1 means, if it is about an argument
     std::string reason{};  // where there is no operation

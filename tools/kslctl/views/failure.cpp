@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/views/failure.h"
 
-#include <fmt/core.h>
+#include <algorithm>
+#include <fmt/ranges.h>
 #include <hwa_sim.h>
 
 namespace kslctl::views {
@@ -31,6 +32,18 @@ std::string explain(const hub::Failure &failure, bool simulated) {
     }
 }
 
+std::string cause_of(const hub::Failure &failure, bool simulated) {
+    return failure.operation.empty() ? failure.reason
+                                     : fmt::format("{} returned {} ({})", failure.operation, failure.code,
+                                                   explain(failure, simulated));
+}
+
+// "PVID of port 3 and 2 more not set"
+std::string undone_of(const std::vector<const hub::Failure *> &alike) {
+    const std::string more = alike.size() > 1 ? fmt::format(" and {} more", alike.size() - 1) : "";
+    return fmt::format("{}{} {}", alike[0]->about, more, alike[0]->undone);
+}
+
 Shown error(const Json &chip, const Json &operation, const Json &about, const Json &code, const std::string &message) {
     return {{{"chip", chip}, {"operation", operation}, {"about", about}, {"code", code}, {"message", message}},
             message};
@@ -39,13 +52,27 @@ Shown error(const Json &chip, const Json &operation, const Json &about, const Js
 } // namespace
 
 Shown failure(const hub::Failure &failure, bool simulated) {
-    const std::string undone = fmt::format("chip {}: {} {}", failure.chip, failure.about, failure.undone);
-    if (failure.operation.empty()) {
-        return error(failure.chip, nullptr, nullptr, nullptr, fmt::format("{}: {}", undone, failure.reason));
+    const std::string message = sentence(hub::Failures{failure}, simulated);
+    return failure.operation.empty() ? error(failure.chip, nullptr, nullptr, nullptr, message)
+                                     : error(failure.chip, failure.operation, failure.about, failure.code, message);
+}
+
+std::string sentence(const hub::Failures &of_one_cause, bool simulated) {
+    std::vector<std::vector<const hub::Failure *>> kinds; // what is not read, what is not set
+    for (const hub::Failure &failure : of_one_cause) {
+        const auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const auto &others) {
+            return others.front()->undone == failure.undone;
+        });
+        if (kind == kinds.end()) {
+            kinds.push_back({&failure});
+        } else {
+            kind->push_back(&failure);
+        }
     }
-    return error(
-        failure.chip, failure.operation, failure.about, failure.code,
-        fmt::format("{}: {} returned {} ({})", undone, failure.operation, failure.code, explain(failure, simulated)));
+    std::vector<std::string> undone;
+    std::transform(kinds.begin(), kinds.end(), std::back_inserter(undone), undone_of);
+    const hub::Failure &first = of_one_cause.front();
+    return fmt::format("chip {}: {}: {}", first.chip, fmt::join(undone, ", "), cause_of(first, simulated));
 }
 
 Shown failure(const std::string &sentence) {

@@ -10,6 +10,9 @@ namespace kslctl::views {
 // The sentence explains the codes of a simulated hub.
 Shown failure(const hub::Failure &failure, bool simulated);
 
+// Failures with the same cause, as one sentence.
+std::string sentence(const hub::Failures &of_one_cause, bool simulated);
+
 // A failure that is about no operation and no chip.
 Shown failure(const std::string &sentence);
 
