@@ -13,7 +13,7 @@ OPTION = r"--([a-z-]+)(?: ([A-Z]+))?"
 
 # A value that suits each operand and option, by the name that --help and the pages give it.
 SAMPLES = {"PORT": "3", "SPEED": "10", "VID": "1", "PRIORITY": "0", "INDEX": "1", "RAW": "1", "WAY": "search", "GROUP": "0",
-           "A": "1", "B": "2", "CAPTURE": "5", "FIRST": "0", "LAST": "1", "N": "2", "CONFIGURATION": "0", "PAGE": "0",
+           "A": "1", "B": "2", "CAPTURE": "5", "N": "2", "CONFIGURATION": "0", "PAGE": "0",
            "OFFSET": "0", "LENGTH": "1", "BYTES": "00", "SECONDS": "1", "PATTERN": "02:*", "FILTER": "1",
            "LIBRARY": "/nonexistent/library", "FILE": "/nonexistent/file", "COUNTER": "total",
            "NAMES": str(TOP / "examples/counter_names.json")}

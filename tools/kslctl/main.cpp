@@ -94,8 +94,6 @@ tools::Suggestions suggestions() {
             {"A", ports},
             {"B", ports},
             {"CAPTURE", ports},
-            {"FIRST", ports},
-            {"LAST", ports},
             {"--port", ports},
             {"SPEED", {"10", "100"}},
             {"PRIORITY", tools::numbers_to(7)},

@@ -13,6 +13,7 @@ using testing::SizeIs;
 
 using TrunkRegisters = hub_test::HubTest;
 using TrunkMembers = hub_test::HubTest;
+using MirrorRegisters = hub_test::HubTest;
 using Learning = hub_test::HubTest;
 using ForwardingChanges = hub_test::HubTest;
 
@@ -82,6 +83,31 @@ TEST_F(TrunkMembers, AFailureIsNoAnswer) {
     const Failure expected{0, "ksl_validate_trunk_group", "trunk group 0", 17, "not checked"};
     EXPECT_THAT(failures, ElementsAre(expected));
     EXPECT_EQ(answer, Fact<bool>(expected));
+}
+
+TEST_F(MirrorRegisters, SayWhatWasSet) {
+    open();
+    Failures failures;
+    change_chip(0, mirroring(5, 1, 3), false, failures);
+    const Mirroring found = read_mirroring(0, failures);
+    EXPECT_THAT(failures, IsEmpty());
+    EXPECT_EQ(found.control, Fact<MirrorControl>(MirrorControl{true, {5}}));
+    EXPECT_EQ(found.ingress, Fact<std::vector<uint32_t>>(std::vector<uint32_t>{}));
+    EXPECT_EQ(found.egress, Fact<std::vector<uint32_t>>(std::vector<uint32_t>{1, 2, 3}));
+    ASSERT_THAT(found.registers, SizeIs(3));
+    EXPECT_STREQ(found.registers[2].name, "egress_mirror_mask");
+    EXPECT_EQ(found.registers[2].bytes, Fact<Bytes>(Bytes{0x00, 0x00, 0x00, 0x0E}));
+}
+
+TEST_F(MirrorRegisters, EachMayFail) {
+    open("getreg page=2 offset=0x14 code=17");
+    Failures failures;
+    const Mirroring found = read_mirroring(0, failures);
+    const Failure expected{0, "dbg_ksl_get_reg", "ingress mirror mask (page 0x02, offset 0x14)", 17};
+    EXPECT_THAT(failures, ElementsAre(expected));
+    EXPECT_TRUE(found.control.is_read());
+    EXPECT_EQ(found.ingress, Fact<std::vector<uint32_t>>(expected));
+    EXPECT_TRUE(found.egress.is_read());
 }
 
 TEST_F(Learning, NumbersAndRegistersAgree) {

@@ -65,6 +65,19 @@ TEST_F(Status, WhatIsNotWantedMeansNothing) {
     EXPECT_THAT(names_of(status.registers), ElementsAre("switch_mode"));
 }
 
+TEST_F(Status, OfSomePorts) {
+    open();
+    Failures failures;
+    ChipStatus status = read_status(0, kStatus, failures);
+    const uint32_t ports[] = {kPortWithLink, kSlowPort};
+    keep_ports(status, ports);
+    ASSERT_THAT(status.ports, SizeIs(2));
+    EXPECT_EQ(status.ports[0].port, kPortWithLink);
+    EXPECT_EQ(status.ports[1].port, kSlowPort);
+    EXPECT_EQ(status.ports[1].speed, Fact<uint32_t>(10));
+    EXPECT_THAT(status.registers, SizeIs(5));
+}
+
 TEST_F(Status, RegistersKeepTheirOwnLengthAndPlace) {
     open();
     Failures failures;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// age, trunk show, trunk check, mirror set, mirror off, learning show, learning limit: how the chip forwards.
+// age, trunk show, trunk check, mirror show, mirror set, mirror off, learning show, learning limit: how the chip forwards.
 #include "kslctl/views/forwarding.h"
 #include "kslctl/commands/command.h"
 #include "kslctl/views/status.h"
@@ -93,38 +93,61 @@ void add_trunk(Commands &commands) {
 
 struct MirrorArguments {
     uint32_t capture = 0;
-    uint32_t first = 0;
-    uint32_t last = 0;
+    NumberSet ports;
 };
 
-views::Shown mirror(Context &context, uint32_t chip, const MirrorArguments &ports) {
-    return change(context, chip, hub::mirroring(ports.capture, ports.first, ports.last));
+views::Shown show_mirroring(Context &context, uint32_t chip, const NoArguments &) {
+    return view_or_raw(context, hub::read_mirroring(chip, context.failures), views::mirroring);
 }
 
-views::Shown switch_mirror_off(Context &context, uint32_t chip, const uint32_t &port) {
-    return change(context, chip, hub::mirroring_off(port));
+views::Shown mirror(Context &context, uint32_t chip, const MirrorArguments &arguments) {
+    return change(context, chip, hub::mirroring(arguments.capture, arguments.ports.front(), arguments.ports.back()));
+}
+
+views::Shown switch_mirror_off(Context &context, uint32_t chip, const NumberSet &ports) {
+    return change(context, chip, hub::mirroring_off(ports.front()));
 }
 
 void check_mirror(Options &, const MirrorArguments &arguments) {
-    if (arguments.first > arguments.last) {
-        throw UsageError(fmt::format("the range from port {} to port {} runs backwards: nothing would be mirrored",
-                                     arguments.first, arguments.last));
+    const uint32_t first = arguments.ports.front();
+    const uint32_t last = arguments.ports.back();
+    if (last - first + 1 != arguments.ports.size()) {
+        throw UsageError(fmt::format("the library mirrors one range of ports, and {} has a gap; {}-{} has none",
+                                     hub::describe_numbers(arguments.ports), first, last));
     }
 }
+
+constexpr char kMirrorShowHelp[] =
+    R"(How kslctl reads the bits of the three words of page 0x02 (--raw shows the bytes
+instead):
+  mirror control       (offset 0x10) bit 31: mirroring is on; bits 0 to 23: the
+                       ports that get the copies
+  ingress mirror mask  (offset 0x14) bit n: frames that port n receives are
+                       mirrored
+  egress mirror mask   (offset 0x20) bit n: frames that port n sends are
+While mirroring is off, the masks hold what they did before. What could not be
+read is shown as "?".)";
 
 constexpr char kMirrorHelp[] =
     R"(What is written, each 4 bytes of page 0x02:
   set  mirror control (offset 0x10): bit 31, mirroring is on, and the bit of
        the port CAPTURE
        ingress mirror mask (offset 0x14): 0, received frames are not mirrored
-       egress mirror mask (offset 0x20): the bits of FIRST to LAST
-  off  mirror control: 0, whatever port is named; the masks stay as they are
+       egress mirror mask (offset 0x20): the bits of the other ports, which are
+       one range: the library sets no mask with gaps
+  off  mirror control: 0, whatever ports are named; the masks stay as they are
 The three are written in that order. The first failure ends the writing, and
 what was written before it stays.)";
 
 void add_mirror(Commands &commands) {
-    commands.add_group("mirror", "Port mirroring: set, switch off");
-    const auto [set, ports] = commands.add<MirrorArguments>({
+    commands.add_group("mirror", "Port mirroring: show, set, switch off");
+    commands.add({
+        .name = "mirror show",
+        .summary = "The mirror registers",
+        .help = kMirrorShowHelp,
+        .look = show_mirroring,
+    });
+    const auto [set, arguments] = commands.add<MirrorArguments>({
         .name = "mirror set",
         .summary = "Mirror what a range of ports sends",
         .help = kMirrorHelp,
@@ -132,18 +155,17 @@ void add_mirror(Commands &commands) {
         .check = check_mirror,
         .changes_registers = true,
     });
-    add_number(set, "CAPTURE", ports.capture, kPorts, "Port that gets the copies")->required();
-    add_number(set, "FIRST", ports.first, kPorts, "First port of the range")->required();
-    add_number(set, "LAST", ports.last, kPorts, "Last port of the range")->required();
+    add_number(set, "CAPTURE", arguments.capture, kPorts, "Port that gets the copies")->required();
+    add_lists(set, "PORT", arguments.ports, kPorts, "Ports whose sent frames are copied: a range")->required();
 
-    const auto [off, port] = commands.add<uint32_t>({
+    const auto [off, ports] = commands.add<NumberSet>({
         .name = "mirror off",
         .summary = "Switch mirroring off",
         .help = kMirrorHelp,
         .look = switch_mirror_off,
         .changes_registers = true,
     });
-    add_number(off, "PORT", port, kPorts, "Any port")->required();
+    add_lists(off, "PORT", ports, kPorts, "Any ports")->required();
 }
 
 // ---- learning ----

@@ -7,13 +7,6 @@ namespace kslctl::hub {
 
 namespace {
 
-Mirroring read_mirroring(uint32_t chip, Failures &failures) {
-    const auto ports = [](const Bytes &mask) { return ports_of(ksl_value32(mask.data())); };
-    return {read(registers::mirror_control, chip, 0, failures).map(decode_mirror_control),
-            read(registers::ingress_mirror_mask, chip, 0, failures).map(ports),
-            read(registers::egress_mirror_mask, chip, 0, failures).map(ports)};
-}
-
 Fact<VlanEntries> read_vlans(uint32_t chip, Failures &failures) {
     return read_vlan_table(chip, failures, VlanChoice::valid_or_with_ports).map([](const VlanTable &table) {
         VlanEntries entries;

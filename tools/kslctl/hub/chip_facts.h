@@ -29,13 +29,6 @@ struct PortFacts {
     Fact<std::vector<ErrorCount>> errors{}; // those that moved within it; means nothing without names of errors
 };
 
-// Which frames a chip mirrors, and to which ports. The masks also hold what they did before it was switched off.
-struct Mirroring {
-    Fact<MirrorControl> control;
-    Fact<std::vector<uint32_t>> ingress;
-    Fact<std::vector<uint32_t>> egress;
-};
-
 struct ChipFacts {
     bool by_number; // the ports were asked for by their numbers, so that each of them is meant to be in use
     ChipStatus status;

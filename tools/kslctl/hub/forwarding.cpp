@@ -57,6 +57,16 @@ Fact<bool> ask_trunk(uint32_t chip, const TrunkQuestion &question, Failures &fai
     return answer != 0;
 }
 
+Mirroring read_mirroring(uint32_t chip, Failures &failures) {
+    constexpr uint32_t kChip[] = {0};
+    const auto ports = [](const Bytes &mask) { return ports_of(ksl_value32(mask.data())); };
+    std::vector<Reading> readings =
+        read_ports({&registers::mirror_control, &registers::ingress_mirror_mask, &registers::egress_mirror_mask}, chip,
+                   kChip, failures);
+    return {readings[0].bytes.map(decode_mirror_control), readings[1].bytes.map(ports), readings[2].bytes.map(ports),
+            std::move(readings)};
+}
+
 std::vector<PortLearning> read_learning(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {
     std::vector<PortLearning> list;
     for (const uint32_t port : ports) {

@@ -32,6 +32,23 @@ struct TrunkQuestion {
 // Whether both ports are members of the group.
 Fact<bool> ask_trunk(uint32_t chip, const TrunkQuestion &question, Failures &failures);
 
+struct MirrorControl {
+    bool enabled;
+    std::vector<uint32_t> capture_ports;
+
+    bool operator==(const MirrorControl &) const = default;
+};
+
+// Which frames a chip mirrors, and to which ports. The masks also hold what they did before it was switched off.
+struct Mirroring {
+    Fact<MirrorControl> control;
+    Fact<std::vector<uint32_t>> ingress;
+    Fact<std::vector<uint32_t>> egress;
+    std::vector<Reading> registers; // in the order in which they were read
+};
+
+Mirroring read_mirroring(uint32_t chip, Failures &failures);
+
 struct PortLearning {
     uint32_t port;
     Fact<uint32_t> learned;
@@ -50,13 +67,6 @@ Change new_learning_limit(uint32_t limit);
 Change new_age_time(uint32_t time);
 Change mirroring(uint32_t capture, uint32_t first, uint32_t last);
 Change mirroring_off(uint32_t port);
-
-struct MirrorControl {
-    bool enabled;
-    std::vector<uint32_t> capture_ports;
-
-    bool operator==(const MirrorControl &) const = default;
-};
 
 // What the bits mean.
 MirrorControl decode_mirror_control(const Bytes &bytes);

@@ -146,10 +146,10 @@ Look look_at(uint32_t chip, std::span<const uint32_t> ports, WithCounters with_c
     const Trunks trunks = read_trunks(chip, look.failures);
     look.trunks = trunks.enabled;
     look.trunk_group = trunks.group0;
-    look.mirror = read(registers::mirror_control, chip, 0, look.failures).map(decode_mirror_control);
-    const auto ports_of_mask = [](const Bytes &bytes) { return ports_of(ksl_value32(bytes.data())); };
-    look.ingress_mirrored = read(registers::ingress_mirror_mask, chip, 0, look.failures).map(ports_of_mask);
-    look.egress_mirrored = read(registers::egress_mirror_mask, chip, 0, look.failures).map(ports_of_mask);
+    const Mirroring mirroring = read_mirroring(chip, look.failures);
+    look.mirror = mirroring.control;
+    look.ingress_mirrored = mirroring.ingress;
+    look.egress_mirrored = mirroring.egress;
     if (with_counters == WithCounters::yes) {
         // All ports by one operation where all are wanted.
         look.counters =

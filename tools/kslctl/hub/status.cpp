@@ -91,6 +91,12 @@ ChipStatus read_status(uint32_t chip, const WantedRegisters &wanted, Failures &f
     return status_of(std::move(readings));
 }
 
+void keep_ports(ChipStatus &status, std::span<const uint32_t> ports) {
+    std::erase_if(status.ports, [&](const PortStatus &of_port) {
+        return std::find(ports.begin(), ports.end(), of_port.port) == ports.end();
+    });
+}
+
 ChipStatus read_control_registers(uint32_t chip, Failures &failures) {
     ksl_cntrl_regs regs;
     std::memset(&regs, kUntouched, sizeof regs);

@@ -43,6 +43,9 @@ struct ChipStatus {
 // Reads the wanted ones of the registers below in their order. Reading link_change clears the chip's change marks.
 ChipStatus read_status(uint32_t chip, const WantedRegisters &wanted, Failures &failures);
 
+// Leaves the other ports out. The registers stay whole.
+void keep_ports(ChipStatus &status, std::span<const uint32_t> ports);
+
 // All of them by one operation, which ends at the first failure. It clears the change marks, too.
 extern const WantedRegisters kControlRegisters;
 ChipStatus read_control_registers(uint32_t chip, Failures &failures);

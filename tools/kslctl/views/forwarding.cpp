@@ -8,6 +8,7 @@ namespace kslctl::views {
 
 namespace {
 
+using hub::Mirroring;
 using hub::PortLearning;
 using hub::Trunks;
 
@@ -15,6 +16,15 @@ const Columns<Trunks> kTrunkColumns = {
     {"trunk control", "enabled", Align::left, [](const Trunks &t) { return cell(t.enabled, trunk_control); }},
     {"trunk group 0", "group0", Align::left, [](const Trunks &t) { return cell(t.group0, trunk_group); }},
     {"trunk group 0", "group0_again", Align::left, [](const Trunks &t) { return cell(t.group0_again, trunk_group); }},
+};
+
+const Columns<Mirroring> kMirrorColumns = {
+    {"mirror control", "mirror_control", Align::left,
+     [](const Mirroring &m) { return cell(m.control, mirror_control); }},
+    {"ingress mirror mask", "ingress_mirror_mask", Align::left,
+     [](const Mirroring &m) { return cell(m.ingress, port_numbers); }},
+    {"egress mirror mask", "egress_mirror_mask", Align::left,
+     [](const Mirroring &m) { return cell(m.egress, port_numbers); }},
 };
 
 struct TrunkAnswer {
@@ -58,6 +68,10 @@ Shown trunk_answer(const hub::TrunkQuestion &question, const hub::Fact<bool> &an
     return {object(kAnswerColumns, asked),
             fmt::format("trunk group {}  {}\n", question.group, style.value(verdict(asked).text)),
             answer.is_read() && !*answer};
+}
+
+Shown mirroring(const Mirroring &mirroring, const Style &style) {
+    return {object(kMirrorColumns, mirroring), lines(kMirrorColumns, mirroring, style)};
 }
 
 Shown learning(const std::vector<PortLearning> &ports, const Style &style) {
