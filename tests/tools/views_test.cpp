@@ -139,6 +139,19 @@ TEST(Values, PortControlIsOnPartlyOrOff) {
     }
 }
 
+// Programs get the number of the register.
+TEST(Values, ALearningLimitOfZeroIsNone) {
+    const views::Shown shown = views::learning({{7, 1, 0}, {8, 2, 16}, {9, 0, kFailure}}, kPlain);
+    EXPECT_EQ(shown.text, "port  learned     limit\n"
+                          "   7        1  no limit\n"
+                          "   8        2        16\n"
+                          "   9        0         ?\n");
+    EXPECT_EQ(shown.json["ports"][0]["limit"], Json(0));
+    const views::Cell written = views::value_of(hub::registers::learning_limit, Bytes{0x00, 0x00});
+    EXPECT_EQ(written.text, "no limit");
+    EXPECT_EQ(written.json, Json(0));
+}
+
 TEST(Failures, AreExplained) {
     EXPECT_EQ(views::failure(kFailure, false).text,
               "chip 1: register not read: operation returned 17 (a code of the lower library)");

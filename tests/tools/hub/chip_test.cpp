@@ -52,6 +52,21 @@ TEST_F(Actions, MayFail) {
                                       Failure{0, "dbg_ksl_set_EPN_configuration", "hub configuration", 18, "not set"}));
 }
 
+// Whatever is asked, nothing is done.
+TEST_F(Actions, MayBePossible) {
+    open("resetswitch code=17; setswitchconfig code=17");
+    Failures failures;
+    EXPECT_TRUE(can_perform(reset_switch(), 0, failures));
+    EXPECT_TRUE(can_perform(select_configuration(2), 1, failures));
+    EXPECT_THAT(failures, IsEmpty());
+
+    EXPECT_FALSE(can_perform(reset_switch(), 9, failures));
+    const Failure absent{9, "ksl_read_switch_mode_reg", "switch mode (page 0x00, offset 0x00)", 101};
+    EXPECT_THAT(failures, ElementsAre(absent));
+    EXPECT_TRUE(can_perform(pass_mac_filter(9), 9, failures));
+    EXPECT_THAT(failures, ElementsAre(absent));
+}
+
 // The hub would refuse it.
 TEST_F(Actions, AMacFilterIsNotSent) {
     open("setmacfilter code=17");

@@ -153,6 +153,31 @@ TEST_F(PortChanges, APortThatCannotBeReadFirstIsLeftAsItIs) {
     EXPECT_EQ(state_of(kPort).control, Fact<PortControl>(PortControl::on));
 }
 
+TEST_F(PortChanges, WhatAPortHadIsNotRestored) {
+    open();
+    Failures failures;
+    const uint32_t ports[] = {2, 3};
+    const uint32_t port_2[] = {2};
+    change_ports(0, port_2, kActivatePort, false, failures);
+    // Port 2 has what it gets again.
+    EXPECT_THAT(ports_not_restored(change_ports(0, ports, kDeactivatePort, true, failures)), ElementsAre(3));
+    EXPECT_THAT(ports_not_restored(change_ports(0, ports, kActivatePort, true, failures)), IsEmpty());
+
+    EXPECT_THAT(ports_not_restored(change_ports(0, ports, kDeactivatePort, false, failures)), ElementsAre(3));
+    EXPECT_THAT(ports_not_restored(change_ports(0, ports, kDeactivatePort, false, failures)), IsEmpty());
+    EXPECT_THAT(ports_not_restored(change_ports(0, ports, kActivatePort, false, failures)), ElementsAre(2, 3));
+    const Fact<Bytes> phy = read(registers::phy_control, 0, 3, failures);
+    EXPECT_EQ(phy, Fact<Bytes>(kPhyControlWhenOn));
+    EXPECT_THAT(failures, IsEmpty());
+}
+
+TEST_F(PortChanges, OfWhatWasNotReadNothingIsSaid) {
+    open("getreg page=0x13 offset=0 code=17");
+    Failures failures;
+    const uint32_t ports[] = {3, 4};
+    EXPECT_THAT(ports_not_restored(change_ports(0, ports, kDeactivatePort, false, failures)), ElementsAre(4));
+}
+
 TEST_F(PortChanges, AFailureBetweenTheWritesLeavesTheFirst) {
     open("setreg page=0 offset=0xd3 code=17");
     Failures failures;

@@ -31,6 +31,7 @@ struct ActionRow {
     const char *help;
     const char *question; // completes "Really ...?"
     const char *done;
+    const char *planned; // the same in a dry run
     hub::Action (*action)(uint32_t number);
     // The argument; null for a command without one.
     const char *argument = nullptr;
@@ -47,6 +48,7 @@ constexpr ActionRow kActions[] = {
 those that it starts with.)",
      .question = "reset {1}",
      .done = "reset",
+     .planned = "would be reset",
      .action = [](uint32_t) { return hub::reset_switch(); }},
     {.name = "hub-config",
      .summary = "Select a switch configuration of the hub",
@@ -54,6 +56,7 @@ those that it starts with.)",
 of them means.)",
      .question = "give {1} the configuration {0}",
      .done = "configuration {0} selected",
+     .planned = "configuration {0} would be selected",
      .action = hub::select_configuration,
      .argument = "CONFIGURATION",
      .key = "configuration",
@@ -67,6 +70,7 @@ trace (--trace shows them), sends nothing to the chip and reports success. No
 register changes, and nothing can read the filter back.)",
      .question = "pass the MAC filter 0x{0:08x} for {1} to the library",
      .done = "MAC filter 0x{0:08x} recorded by the library; nothing sent to the chip",
+     .planned = "MAC filter 0x{0:08x} would be recorded by the library; nothing would be sent to the chip",
      .action = hub::pass_mac_filter,
      .argument = "FILTER",
      .key = "filter",
@@ -82,13 +86,16 @@ struct ActionArguments {
 
 views::Shown act(Context &context, uint32_t chip, const ActionArguments &arguments) {
     const ActionRow &row = *arguments.row;
-    const bool done = hub::perform(row.action(arguments.number), chip, context.failures);
-    Json json = Json::object();
+    const bool dry_run = context.options.dry_run;
+    const hub::Action action = row.action(arguments.number);
+    const bool succeeded = dry_run ? hub::can_perform(action, chip, context.failures)
+                                   : hub::perform(action, chip, context.failures);
+    Json json = {{"dry_run", dry_run}, {"done", succeeded && !dry_run}};
     if (row.key != nullptr) {
         json[row.key] = arguments.number;
     }
-    json["done"] = done;
-    return {json, done ? fmt::format(fmt::runtime(row.done), arguments.number) + "\n" : ""};
+    const char *const text = dry_run ? row.planned : row.done;
+    return {json, succeeded ? fmt::format(fmt::runtime(text), arguments.number) + "\n" : ""};
 }
 
 // Returns if the user agrees: by --yes, or by an answer on a terminal. `action` completes "Really ...?".
@@ -108,6 +115,9 @@ void confirm(const std::string &action, bool yes) {
 }
 
 void check_action(Options &options, const ActionArguments &arguments) {
+    if (options.dry_run) {
+        return;
+    }
     const std::string chips =
         fmt::format("{} {}", options.chips.size() == 1 ? "chip" : "chips", fmt::join(options.chips, ", "));
     confirm(fmt::format(fmt::runtime(arguments.row->question), arguments.number, chips), arguments.yes);
@@ -117,7 +127,10 @@ constexpr char kConfirmation[] = R"(
 
 On a terminal, kslctl asks first. Elsewhere it requires --yes, which also
 suppresses the question. After any answer but "y" or "yes" nothing is done, and
-the exit status is 1.)";
+the exit status is 1.
+
+With --dry-run, kslctl asks nothing and does nothing. It reads the switch mode,
+to find out whether the chip is there; the MAC filter does not need a chip.)";
 
 void add_action(Commands &commands, const ActionRow &row) {
     const auto [app, arguments] = commands.add<ActionArguments>(
@@ -127,6 +140,7 @@ void add_action(Commands &commands, const ActionRow &row) {
             .help = std::string(row.help) + kConfirmation,
             .look = act,
             .check = check_action,
+            .is_action = true,
             .raw_schema = kNoRaw,
         },
         {&row});

@@ -31,7 +31,7 @@ struct Options {
     bool trace = false;
     bool no_pager = false;
     bool simulate = false;
-    bool dry_run = false; // only for commands that change registers
+    bool dry_run = false; // only for commands that change something
     // Only for commands that show counters.
     std::string counter_names_file{};
     hub::CounterNames counter_names{};
@@ -152,6 +152,7 @@ struct Command {
     // or Declined.
     void (*check)(Options &options, const Arguments &arguments) = nullptr;
     bool changes_registers = false; // and takes --dry-run
+    bool is_action = false;         // does what no register shows, and takes --dry-run
     bool shows_counters = false;    // and takes --counter-names
     int raw_schema = 1;             // the number of the document with --raw, or kNoRaw
 };
@@ -190,6 +191,9 @@ public:
                               (command.shows_counters ? kCounterNamesHelp : ""));
         if (command.changes_registers) {
             app.add_flag("--dry-run", options_.dry_run, "Show the register writes, and make none");
+        }
+        if (command.is_action) {
+            app.add_flag("--dry-run", options_.dry_run, "Say what would be done, and do nothing");
         }
         if (command.shows_counters) {
             app.add_option("--counter-names", options_.counter_names_file, "File that names counters")

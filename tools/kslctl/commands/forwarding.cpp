@@ -198,9 +198,9 @@ constexpr char kLearningHelp[] =
   learned  bits 0 to 12 of the two bytes at page 0x41, offset 0x30 + 2 * port:
            the number of source addresses that the port has learned
   limit    bits 0 to 12 of the two bytes at offset 0x70 + 2 * port: how many
-           it may learn (on the simulated hub, 0 is no limit)
-A limit of 8192 does not fit and is written as 0; the library refuses higher
-ones.)";
+           it may learn. 0 is shown as "no limit": 8192 does not fit, is
+           written as 0, and is all that the address table holds
+The library refuses limits above 8192.)";
 
 void add_learning(Commands &commands) {
     commands.add_group("learning", "Learned addresses of the ports, and their limits");

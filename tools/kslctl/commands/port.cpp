@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // port show, port speed, port up, port down, port reset-phy: the ports one by one.
 #include "kslctl/commands/command.h"
+#include "kslctl/views/changes.h"
 #include "kslctl/views/status.h"
+#include "kslctl/views/values.h"
 
 #include <fmt/core.h>
 
@@ -66,8 +68,20 @@ The other bits stay. "kslctl port show --help" describes the bits.)";
 // ---- port up, down, reset-phy ----
 
 template <const hub::Change &switched>
-views::Shown change_ports(Context &context, uint32_t chip, const Arguments &arguments) {
-    return change(context, chip, switched, arguments.ports);
+views::Shown switch_ports(Context &context, uint32_t chip, const Arguments &arguments) {
+    const hub::Changes changes =
+        hub::change_ports(chip, arguments.ports, switched, context.options.dry_run, context.failures);
+    if (const std::vector<uint32_t> ports = hub::ports_not_restored(changes); !ports.empty()) {
+        Report::note(fmt::format("chip {}: \"port up\" is no undo of \"port down\": it gives the PHY of {} {}, whatever it "
+                                 "had before",
+                                 chip, hub::describe_ports(ports),
+                                 views::phy_control(hub::decode_phy_control(hub::kPhyControlWhenOn)).text));
+    }
+    return views::changes(changes, context.options.raw, context.style);
+}
+
+views::Shown reset_phys(Context &context, uint32_t chip, const Arguments &arguments) {
+    return change(context, chip, hub::kResetPhy, arguments.ports);
 }
 
 constexpr char kSwitchHelp[] = R"(The commands write, whatever the registers held before:
@@ -76,6 +90,8 @@ constexpr char kSwitchHelp[] = R"(The commands write, whatever the registers hel
   down       PHY control 40 00, then port control 03
   reset-phy  PHY control 80 00. A PHY clears that bit when its reset is done;
              kslctl does not wait for it.
+"port up" is no undo of "port down": the PHY control that a port had before is
+lost, and it gets auto-negotiation and 100 Mb/s half duplex.
 "kslctl port show --help" describes the bits.)";
 
 } // namespace
@@ -103,9 +119,9 @@ void add_port_commands(Commands &commands) {
     add_parsed(speed_app, "SPEED", speeds.speed, parse_speed, "10 or 100, in Mb/s");
 
     const Command<Arguments> switches[] = {
-        {"port up", "Switch ports on", kSwitchHelp, change_ports<hub::kActivatePort>},
-        {"port down", "Switch ports off", kSwitchHelp, change_ports<hub::kDeactivatePort>},
-        {"port reset-phy", "Reset the PHYs of ports", kSwitchHelp, change_ports<hub::kResetPhy>},
+        {"port up", "Switch ports on", kSwitchHelp, switch_ports<hub::kActivatePort>},
+        {"port down", "Switch ports off", kSwitchHelp, switch_ports<hub::kDeactivatePort>},
+        {"port reset-phy", "Reset the PHYs of ports", kSwitchHelp, reset_phys},
     };
     for (Command<Arguments> command : switches) {
         command.changes_registers = true;

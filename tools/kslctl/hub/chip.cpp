@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kslctl/hub/chip.h"
 
+#include "kslctl/hub/registers.h"
+
 #include <ksl/ksl.h>
 
 namespace kslctl::hub {
@@ -12,6 +14,14 @@ Fact<FirmwareVersion> read_firmware_version(uint32_t chip, Failures &failures) {
         return note(failures, {chip, "ksl_read_EPN_firmware_version", "firmware version", code});
     }
     return version;
+}
+
+bool answers(uint32_t chip, Failures &failures) {
+    return read(registers::switch_mode, chip, 0, failures).is_read();
+}
+
+bool can_perform(const Action &action, uint32_t chip, Failures &failures) {
+    return !action.reaches_chip || answers(chip, failures);
 }
 
 bool perform(const Action &action, uint32_t chip, Failures &failures) {
@@ -33,7 +43,7 @@ Action select_configuration(uint32_t configuration) {
 
 Action pass_mac_filter(uint32_t filter) {
     return {"ksl_set_MAC_filter", "MAC filter", "not set",
-            [filter](uint32_t chip) { return ksl_set_MAC_filter(chip, filter); }};
+            [filter](uint32_t chip) { return ksl_set_MAC_filter(chip, filter); }, false};
 }
 
 } // namespace kslctl::hub

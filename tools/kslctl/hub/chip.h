@@ -18,7 +18,14 @@ struct Action {
     const char *about;
     const char *undone; // what it is after a failure: "not reset"
     std::function<int32_t(uint32_t chip)> run;
+    bool reaches_chip = true;
 };
+
+// Whether the chip answers: its switch mode can be read. That is one short access, and changes nothing in the chip.
+bool answers(uint32_t chip, Failures &failures);
+
+// Whether there is a chip to do it to. Nothing is done.
+bool can_perform(const Action &action, uint32_t chip, Failures &failures);
 
 // Whether it was done.
 bool perform(const Action &action, uint32_t chip, Failures &failures);

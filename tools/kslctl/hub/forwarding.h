@@ -59,8 +59,11 @@ struct PortLearning {
 std::vector<PortLearning> read_learning(uint32_t chip, std::span<const uint32_t> ports, Failures &failures);
 std::vector<Reading> read_learning_registers(uint32_t chip, std::span<const uint32_t> ports, Failures &failures);
 
-// For change_ports().
+// As many addresses as the table holds. Its number has no room in the register, where 0 takes its place.
 inline constexpr uint32_t kHighestLearningLimit = 8192;
+inline constexpr uint32_t kNoLearningLimit = 0;
+
+// For change_ports().
 Change new_learning_limit(uint32_t limit);
 
 // For change_chip().

@@ -77,6 +77,8 @@ Change forced_speed(uint32_t speed) {
     };
 }
 
+const Bytes kPhyControlWhenOn = bytes16(kPhyWhenActivated);
+
 const Change kActivatePort{
     .operation = "ksl_activate_port",
     .about = "port {}",
@@ -93,6 +95,22 @@ const Change kDeactivatePort{
                {&registers::port_control, always({kPortOff})}},
     .run = [](uint32_t chip, uint32_t port, const Bytes &) { return ksl_deactivate_port(chip, port); },
 };
+
+std::vector<uint32_t> ports_not_restored(const Changes &changes) {
+    const Bytes when_off = bytes16(kPhyWhenDeactivated);
+    std::vector<uint32_t> ports;
+    for (const ChangedRegister &row : changes.registers) {
+        if (row.which != &registers::phy_control || !row.write) {
+            continue;
+        }
+        const bool was_off = *row.before == when_off;
+        const bool is_lost = *row.write == when_off ? !was_off && *row.before != kPhyControlWhenOn : was_off;
+        if (is_lost) {
+            ports.push_back(row.port);
+        }
+    }
+    return ports;
+}
 
 const Change kResetPhy{
     .operation = "ksl_reset_PHY",

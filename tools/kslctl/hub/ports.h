@@ -52,6 +52,12 @@ extern const Change kActivatePort;
 extern const Change kDeactivatePort;
 extern const Change kResetPhy;
 
+// Ports that are switched on have one PHY control, whatever they had before they were switched off.
+extern const Bytes kPhyControlWhenOn;
+// The ports of a change, on or off, that do not have again what they had, or will not have it: their PHY control was
+// another one, or was already lost.
+std::vector<uint32_t> ports_not_restored(const Changes &changes);
+
 // What the bits mean.
 PortControl decode_port_control(const Bytes &bytes);
 PhyControl decode_phy_control(const Bytes &bytes);

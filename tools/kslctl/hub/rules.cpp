@@ -318,7 +318,7 @@ Verdict member_of_invalid_vlan(const ChipFacts &chip, const PortFacts &port) {
 
 Verdict learning_limit(const ChipFacts &, const PortFacts &port) {
     const auto judge = [&](uint32_t learned, uint32_t limit) {
-        return met_if(limit != 0 && learned >= limit,
+        return met_if(limit != kNoLearningLimit && learned >= limit,
                       {fmt::format("{}; {}", number_of(registers::learned_addresses, port.status.port, 12, learned),
                                    number_of(registers::learning_limit, port.status.port, 12, limit))});
     };

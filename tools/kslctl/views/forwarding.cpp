@@ -54,7 +54,7 @@ const Columns<TrunkAnswer> kAnswerColumns = {
 const Columns<PortLearning> kLearningColumns = {
     kPortColumn<PortLearning>,
     {"learned", "learned", Align::right, [](const PortLearning &port) { return cell(port.learned, number); }},
-    {"limit", "limit", Align::right, [](const PortLearning &port) { return cell(port.limit, number); }},
+    {"limit", "limit", Align::right, [](const PortLearning &port) { return cell(port.limit, learning_limit); }},
 };
 
 } // namespace

@@ -62,7 +62,7 @@ Cell learned(const Row &row) {
 }
 
 Cell limit(const Row &row) {
-    return cell(row.info.port().learning_limit, number);
+    return cell(row.info.port().learning_limit, learning_limit);
 }
 
 Cell pvid(const Row &row) {
@@ -90,7 +90,9 @@ Cell pvid_line(const Row &row) {
 }
 
 Cell learned_line(const Row &row) {
-    return {fmt::format("{}, limit {}", learned(row).text, limit(row).text), {}};
+    const hub::Fact<uint32_t> &most = row.info.port().learning_limit;
+    const bool has_none = most.is_read() && *most == hub::kNoLearningLimit;
+    return {fmt::format("{}, {}{}", learned(row).text, has_none ? "" : "limit ", limit(row).text), {}};
 }
 
 Cell vlans(const Row &row) {

@@ -35,7 +35,8 @@ constexpr RegisterValue kValues[] = {
      [](const hub::Bytes &bytes) { return mirror_control(hub::decode_mirror_control(bytes)); }},
     {&hub::registers::ingress_mirror_mask, port_mask},
     {&hub::registers::egress_mirror_mask, port_mask},
-    {&hub::registers::learning_limit, [](const hub::Bytes &bytes) { return number(hub::decode_learning(bytes)); }},
+    {&hub::registers::learning_limit,
+     [](const hub::Bytes &bytes) { return learning_limit(hub::decode_learning(bytes)); }},
     {&hub::registers::pvid, pvid},
     {&hub::registers::vlan_table_entry,
      [](const hub::Bytes &bytes) {
@@ -100,6 +101,10 @@ Cell mirror_control(const hub::MirrorControl &control) {
     return {fmt::format("{}, {}", enabled ? "on" : "off",
                         ports.empty() ? "no capture port" : "capture " + hub::describe_ports(ports)),
             {{"enabled", enabled}, {"capture_ports", ports}}};
+}
+
+Cell learning_limit(uint32_t limit) {
+    return {limit == hub::kNoLearningLimit ? "no limit" : std::to_string(limit), limit};
 }
 
 Cell port_numbers(const std::vector<uint32_t> &ports) {

@@ -24,6 +24,7 @@ Cell duplex(const hub::PortStatus &port);
 Cell trunk_control(bool enabled);
 Cell trunk_group(const hub::TrunkGroup &group);
 Cell mirror_control(const hub::MirrorControl &control);
+Cell learning_limit(uint32_t limit);
 Cell port_numbers(const std::vector<uint32_t> &ports);
 
 // The value of any register that is changed or compared.
