@@ -70,6 +70,9 @@ public:
     // Says on stderr what has come together.
     void say();
 
+    // The user asked for something, and may not want what comes of it.
+    static void warn(const std::string &sentence) { tools::complain("kslctl warning", sentence); }
+
     bool has_failures() const { return has_failures_; }
     const Json &errors() const { return errors_; }
     // The same, once. A cause is told again for the next document.

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // vlan show, vlan matrix, vlan pvid, vlan entry, vlan extended, vlan enabled: the VLAN registers and the VLAN table.
 #include "kslctl/commands/command.h"
+#include "kslctl/hub/untagged.h"
+#include "kslctl/views/changes.h"
 #include "kslctl/views/vlan_matrix.h"
 #include "kslctl/views/vlans.h"
+
+#include <fmt/core.h>
 
 namespace kslctl {
 
@@ -47,9 +51,25 @@ struct PvidArguments {
     std::optional<uint32_t> priority;
 };
 
+void warn_of(const hub::UntaggedTrouble &trouble, const Context &context, uint32_t chip, uint32_t vid) {
+    const std::string ports = hub::describe_ports(trouble.ports);
+    const std::string what = trouble.is_valid ? fmt::format("has {} in neither of its maps", ports) : "is not valid";
+    Report::warn(fmt::format("chip {}: VLAN {} {}; frames that come {} without a tag {} to it", chip, vid, what,
+                             trouble.is_valid ? "there" : "at " + ports,
+                             context.options.dry_run ? "would belong" : "belong"));
+}
+
 views::Shown pvid(Context &context, uint32_t chip, const PvidArguments &arguments) {
     if (arguments.vid) {
-        return change(context, chip, hub::set_pvid(*arguments.vid, arguments.priority), arguments.ports);
+        const hub::Changes changes =
+            hub::change_ports(chip, arguments.ports, hub::set_pvid(*arguments.vid, arguments.priority),
+                              context.options.dry_run, context.failures);
+        const hub::Fact<hub::UntaggedTrouble> trouble =
+            hub::read_untagged_trouble(chip, *arguments.vid, changes, context.failures);
+        if (trouble.is_read()) {
+            warn_of(*trouble, context, chip, *arguments.vid);
+        }
+        return views::changes(changes, context.options.raw, context.style);
     }
     return view_or_raw(context, hub::read_pvids_of(chip, arguments.ports, context.failures), views::pvids);
 }
@@ -65,6 +85,9 @@ const std::string kPvidHelp = std::string(
                                   R"(Without a VLAN, the command shows PVIDs. With one, it writes the whole PVID
 register of each port (page 0x34, offset 0x10 + 2 * port), with bit 12 as 0.
 Without a priority, a port keeps the one that it has.
+
+While VLAN support is on, kslctl then reads the entry of the VLAN, also in a dry
+run. It warns if the entry is not valid or has a port in neither of its maps.
 
 )") + kBits;
 
