@@ -102,6 +102,23 @@ class Faults(unittest.TestCase):
             self.assertEqual(program, "kslctl")
             self.assertNotEqual(self.run_kslctl(*words).returncode, REFUSED, finding["command"])
 
+    def test_all_means_the_chips_that_are_listed(self):
+        hub = next(hubs())
+        self.set_up(hub)
+        document = json.loads(self.run_kslctl("--simulate", "--json", "chips").stdout)
+        check(document, "kslctl-chips.json")
+        numbers = [chip["chip"] for chip in document["chips"]]
+        self.assertEqual(numbers, [chip["chip"] for chip in hub["chips"]])
+        modes = json.loads(self.run_kslctl("--simulate", "--json", "--chip", "all", "mode").stdout)
+        self.assertEqual([(chip["chip"], chip["mode"]) for chip in modes["chips"]],
+                         [(chip["chip"], chip["mode"]) for chip in document["chips"]])
+        self.environment["HWA_SIM_FAULTS"] = "getreg page=1 code=17; engpowercmd code=17"
+        done = self.run_kslctl("--simulate", "--json", "chips")
+        self.assertEqual(done.returncode, 3)
+        document = json.loads(done.stdout)
+        check(document, "kslctl-chips.json")
+        self.assertEqual([chip["chip"] for chip in document["chips"] if chip["firmware"] is None], numbers)
+
     def test_a_document_without_readings_fits_the_schema(self):
         self.environment["HWA_SIM_FAULTS"] = "any code=17"
         chips = self.set_up(next(hubs()))

@@ -31,9 +31,10 @@ expect() {
     }
 }
 
-# What the last command wrote into the hub's registers, as "page offset bytes".
+# What the last command wrote into the hub's registers, as "page offset bytes". An entry of the VLAN table is read by
+# writing the address and the command of the access (page 0x08).
 written() {
-    sed -n 's/^hwa_setreg chip=0 page=\(0x..\) offset=\(0x..\) length=. bytes=\(.*\) -> 0$/\1 \2 \3/p' "$work/log"
+    sed -n '/ page=0x08 offset=0x3[02] /d; s/^hwa_setreg chip=0 page=\(0x..\) offset=\(0x..\) length=. bytes=\(.*\) -> 0$/\1 \2 \3/p' "$work/log"
 }
 
 # What the last command would have written.

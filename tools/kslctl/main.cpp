@@ -2,6 +2,7 @@
 // kslctl: the switch library's operations from the shell.
 #include "kslctl/command_line/numbers.h"
 #include "kslctl/commands/command.h"
+#include "kslctl/hub/chips.h"
 #include "kslctl/hub/own_trace.h"
 #include "ksltrace/render_json.h"
 #include "ksltrace/render_text.h"
@@ -32,7 +33,9 @@ The hub:
 
 Examples:
   kslctl --simulate status             the state of chip 0 of the simulated hub
+  kslctl chips                         which chips there are
   kslctl --chip 0,1 link               the links of two chips
+  kslctl --chip all status             the state of all chips that answer
   kslctl --json speed | jq '.chips[0].ports[] | select(.speed == 10).port'
   kslctl port down 4-7 --dry-run       the writes that switch four ports off
   kslctl hub expectation >before.json  save the VLAN settings, compare later:
@@ -49,6 +52,8 @@ Environment (hwa-sim(7) describes the simulated hub):
   HWA_SIM_FAULTS     accesses to it that fail
   HWA_SIM_CLOCK      time that passes with each access to it
   HWA_SIM_LOG        file to which it writes each access
+  KSL_CHIP           chips that are meant without --chip: a list, or all
+  KSL_SIMULATE       1: --simulate is meant without saying it; 0: it is not
   TRACE_KBUF_DIR     folder of traces; kslctl keeps its own in kslctl/ below it
   KSL_COUNTER_NAMES  file that names counters, ksl-counter-names(5)
   NO_COLOR           if set and not empty: no emphasis, even on a terminal
@@ -63,21 +68,9 @@ Exit status:
   3  something could not be done; stderr names it and the code, and the rest is
      shown)";
 
-constexpr NumberKind kChips{"chip number", 0, 255}; // the library passes on the low 8 bits of a chip's number
-
-// Every list is one text, even an empty one.
-std::vector<uint32_t> parse_chips(const std::vector<std::string> &lists) {
-    std::vector<uint32_t> chips;
-    for (const std::string &list : lists) {
-        const std::vector<uint32_t> more = parse_list(list, kChips);
-        chips.insert(chips.end(), more.begin(), more.end());
-    }
-    return chips;
-}
-
-void add_options(CLI::App &app, Options &options) {
-    add_parsed<std::vector<std::string>>(app, "-c,--chip", options.chips, parse_chips,
-                                         "Chips, 0 to 255: numbers and ranges; default: 0")
+void add_options(CLI::App &app, Options &options, HubOptions &hub) {
+    add_parsed<std::vector<std::string>>(app, "-c,--chip", hub.chips, parse_chips,
+                                         "Chips, 0 to 255: a list (0,2-3) or all; default: 0")
         ->type_name("N")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -85,12 +78,14 @@ void add_options(CLI::App &app, Options &options) {
     app.add_flag("--raw", options.raw, "Registers as bytes, most significant first");
     app.add_flag("--trace", options.trace, "Show the library's trace after the result");
     app.add_flag("--no-pager", options.no_pager, "Never through a pager, also on a terminal");
-    app.add_flag("--simulate", options.simulate, "Use the simulated hub instead of the real one");
+    app.add_flag("--simulate", hub.simulate, "Use the simulated hub instead of the real one");
+    app.add_flag("--no-simulate", hub.no_simulate, "Use the real one, whatever KSL_SIMULATE says");
 }
 
 tools::Suggestions suggestions() {
     const std::vector<std::string> ports = tools::numbers_to(KSL_PORTS - 1);
-    return {{"PORT", ports},
+    return {{"--chip", {"all"}},
+            {"PORT", ports},
             {"A", ports},
             {"B", ports},
             {"CAPTURE", ports},
@@ -124,17 +119,40 @@ void add_trace(const hub::OwnTrace &own, Result &result, Report &report) {
     result.trace = ksltrace::render_json(own.trace);
 }
 
+// Keeps the chips that answer. False if there is none.
+bool keep_answering_chips(Options &options, Report &report, bool simulated) {
+    const hub::ChipSearch search = hub::search_chips(options.chips);
+    options.chips = search.found;
+    if (search.found.empty()) {
+        report.fail(fmt::format("no chip answers: {}", views::failure(search.silent.front(), simulated).text));
+    }
+    return !search.found.empty();
+}
+
 // Runs the command and shows its result.
-int execute(const Commands &commands, const Options &options, tools::StandardOutput &out) {
+int execute(const Commands &commands, Options &options, tools::StandardOutput &out) {
+    if (!options.finds_chips) {
+        commands.check();
+    }
     const uint64_t start = hub::now_ns();
     const hub::Library library(options.simulate);
     Report report(library.simulation().has_value());
+    bool has_chips = true;
+    if (options.finds_chips && !library.problem()) {
+        has_chips = keep_answering_chips(options, report, library.simulation().has_value());
+        if (has_chips) {
+            commands.check();
+        }
+    }
     if (options.trace) {
         ksl_enable_time();
     }
 
     const auto text_of = [&](const Result &result) {
         Json document = {{"schema", commands.schema()}, {"hub", hub_json(library)}, {"chips", result.chips}};
+        for (const auto &[name, value] : options.environment) {
+            document["environment"][name] = value;
+        }
         if (options.trace) {
             document["trace"] = result.trace;
         }
@@ -151,7 +169,7 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     Result result;
     if (library.problem()) {
         report.fail(views::sentence(*library.problem()));
-    } else {
+    } else if (has_chips) {
         const views::Style style(out.wants_emphasis(),
                                  out.is_terminal() ? std::optional(tools::Terminal::size()) : std::nullopt);
         Context context{options, library, style, report, !options.json && out.can_redraw(), show};
@@ -172,15 +190,33 @@ int execute(const Commands &commands, const Options &options, tools::StandardOut
     return result.answer_is_no ? tools::kAnswerIsNo : tools::kDone;
 }
 
+// Settles which hub and which chips are meant.
+void choose_hub(const Commands &commands, const HubOptions &given, Options &options) {
+    options.variables = read_hub_variables();
+    try {
+        const HubChoice choice = kslctl::choose_hub(given, options.variables);
+        const bool are_named = given.chips && !given.chips->all;
+        const bool are_all = choice.chips.all || (commands.wants_answering_chips() && !are_named);
+        options.chips = are_all ? hub::all_chip_numbers() : choice.chips.numbers;
+        options.finds_chips = are_all || commands.wants_answering_chips();
+        options.simulate = choice.simulate;
+        options.environment = choice.variables;
+    } catch (const ArgumentError &error) {
+        throw UsageError(error.what());
+    }
+}
+
 int run(int argc, char **argv) {
     tools::StandardOutput out("kslctl");
     CLI::App app(kDescription, "kslctl");
     tools::set_up(app, kHelp);
 
     Options options;
-    add_options(app, options);
+    HubOptions hub_options;
+    add_options(app, options, hub_options);
     Commands commands(app, options);
     add_status_commands(commands);
+    add_chips_command(commands);
     add_port_commands(commands);
     add_port_info_command(commands);
     add_diagnose_command(commands);
@@ -197,13 +233,13 @@ int run(int argc, char **argv) {
     if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions(), out)) {
         return *status;
     }
+    choose_hub(commands, hub_options, options);
     try {
-        commands.check();
+        return execute(commands, options, out);
     } catch (const Declined &answer) {
         tools::complain("kslctl", answer.what());
         return tools::kAnswerIsNo;
     }
-    return execute(commands, options, out);
 }
 
 } // namespace

@@ -67,8 +67,7 @@ Result of_each_chip(Context &context, const std::function<views::Shown(uint32_t 
 }
 
 std::string command_line_of(const Options &options, uint32_t chip) {
-    return fmt::format("kslctl{}{}", options.simulate ? " --simulate" : "",
-                       chip == 0 ? "" : fmt::format(" --chip {}", chip));
+    return "kslctl" + options_for(options.simulate, chip, options.variables);
 }
 
 views::Shown change(Context &context, uint32_t chip, const hub::Change &change, const NumberSet &ports) {

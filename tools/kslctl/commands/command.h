@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kslctl/command_line/arguments.h"
+#include "kslctl/command_line/defaults.h"
 #include "kslctl/hub/changes.h"
 #include "kslctl/hub/counter_names.h"
 #include "kslctl/views/failure.h"
@@ -25,6 +26,9 @@ struct Declined : std::runtime_error {
 // The options of all commands.
 struct Options {
     std::vector<uint32_t> chips{0};
+    bool finds_chips = false; // only those of them that answer
+    HubVariables variables{}; // that a proposed command line has to expect
+    std::vector<std::pair<std::string, std::string>> environment{}; // those of them that count
     bool json = false;
     bool documents_are_lines = false; // of a command that writes several
     bool raw = false;
@@ -157,6 +161,8 @@ struct Command {
     bool changes_registers = false; // and takes --dry-run
     bool is_action = false;         // does what no register shows, and takes --dry-run
     bool shows_counters = false;    // and takes --counter-names
+    // Takes the chips that answer: of the whole hub, or of those that the command line names.
+    bool wants_answering_chips = false;
     int raw_schema = 1;             // the number of the document with --raw, or kNoRaw
 };
 
@@ -188,10 +194,11 @@ public:
                 command.check(options, arguments);
             }
         };
-        CLI::App &app =
-            add_to_parser({command.name, command.raw_schema, command.shows_counters, run, check}, command.summary,
-                          command.help + (command.changes_registers ? kChangeHelp : "") +
-                              (command.shows_counters ? kCounterNamesHelp : ""));
+        CLI::App &app = add_to_parser(
+            {command.name, command.raw_schema, command.shows_counters, command.wants_answering_chips, run, check},
+            command.summary,
+            command.help + (command.changes_registers ? kChangeHelp : "") +
+                (command.shows_counters ? kCounterNamesHelp : ""));
         if (command.changes_registers) {
             app.add_flag("--dry-run", options_.dry_run, "Show the register writes, and make none");
         }
@@ -207,6 +214,7 @@ public:
 
     // "ksl.status/1", "ksl.port-show.raw/2"
     std::string schema() const;
+    bool wants_answering_chips() const { return chosen_.wants_answering_chips; }
     void check() const;
     Result run(Context &context) const;
 
@@ -215,6 +223,7 @@ private:
         std::string name;
         int raw_schema;
         bool shows_counters;
+        bool wants_answering_chips;
         std::function<Result(Context &)> run;
         std::function<void(Options &)> check;
     };
@@ -240,6 +249,7 @@ void add_arl_commands(Commands &commands);
 void add_forwarding_commands(Commands &commands);
 void add_hub_commands(Commands &commands);
 void add_chip_commands(Commands &commands);
+void add_chips_command(Commands &commands);
 void add_reg_commands(Commands &commands);
 
 } // namespace kslctl

@@ -76,7 +76,7 @@ Result run_expectation(Context &context, const NoArguments &) {
 
 void check_expectation(Options &options, const NoArguments &) {
     if (options.chips.size() != 1) {
-        throw UsageError("an expected configuration is that of one chip, and --chip names several");
+        throw UsageError("an expected configuration is that of one chip, and several are meant; name it with --chip");
     }
 }
 

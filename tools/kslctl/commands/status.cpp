@@ -47,12 +47,21 @@ views::Shown look(Context &context, uint32_t chip, const Wanted &wanted) {
     return show(context, status, wanted.registers);
 }
 
-// Names the simulated hub, too.
+// Names the simulated hub, and what of the environment counts, too.
 Result run_status(Context &context, const Wanted &wanted) {
     Result result = of_each_chip(context, [&](uint32_t chip) { return look(context, chip, wanted); });
+    std::string head;
     if (const std::optional<std::string> &simulation = context.library.simulation()) {
-        result.text = fmt::format("{:<9}  {}\n\n{}", "hub", *simulation, result.text);
+        head += fmt::format("{:<9}  {}\n", "hub", *simulation);
     }
+    if (!context.options.environment.empty()) {
+        head += fmt::format("{:<9} ", "defaults");
+        for (const auto &[name, value] : context.options.environment) {
+            head += fmt::format(" {}={}", name, value);
+        }
+        head += "\n";
+    }
+    result.text = fmt::format("{}{}{}", head, head.empty() ? "" : "\n", result.text);
     return result;
 }
 

@@ -5,7 +5,6 @@
 #include "kslctl/views/values.h"
 
 #include <algorithm>
-#include <fmt/ranges.h>
 
 namespace kslctl::views {
 
@@ -106,13 +105,8 @@ const Columns<PortSpeed> kSpeedColumns = {
 
 using Firmware = hub::Fact<hub::FirmwareVersion>;
 
-Cell version_cell(const hub::FirmwareVersion &version) {
-    const std::string bytes = fmt::format("{:02x}", fmt::join(version, " "));
-    return {bytes, bytes};
-}
-
 const Columns<Firmware> kFirmwareColumns = {
-    {"firmware", "firmware", Align::left, [](const Firmware &firmware) { return cell(firmware, version_cell); }},
+    {"firmware", "firmware", Align::left, [](const Firmware &firmware) { return cell(firmware, firmware_version); }},
 };
 
 } // namespace

@@ -66,6 +66,11 @@ Cell mode(const hub::Mode &mode) {
             {{"managed", mode.managed}, {"forwarding", mode.forwarding}}};
 }
 
+Cell firmware_version(const hub::FirmwareVersion &version) {
+    const std::string bytes = fmt::format("{:02x}", fmt::join(version, " "));
+    return {bytes, bytes};
+}
+
 Cell link_state(bool link) {
     return {link ? "up" : "down", link};
 }

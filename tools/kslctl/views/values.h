@@ -2,6 +2,7 @@
 // What kslctl shows for a value, in every view that shows it.
 #pragma once
 
+#include "kslctl/hub/chip.h"
 #include "kslctl/hub/forwarding.h"
 #include "kslctl/hub/ports.h"
 #include "kslctl/hub/vlans.h"
@@ -14,6 +15,8 @@ Cell phy_control(const hub::PhyControl &phy);
 
 Cell self_test(const hub::SelfTest &test);
 Cell mode(const hub::Mode &mode);
+
+Cell firmware_version(const hub::FirmwareVersion &version);
 
 Cell link_state(bool link);
 Cell duplex_mode(hub::Duplex duplex);
