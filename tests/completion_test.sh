@@ -47,7 +47,7 @@ offers() {
         shell_offers "$each" "$@"
     done
 }
-offers "show speed up down reset-phy" kslctl port ""
+offers "show speed up down reset-phy info" kslctl port ""
 offers "registers reset reg" kslctl re
 offers "get set dump" kslctl --simulate reg ""
 offers "2 20 21 22 23" kslctl --chip 0 port down 2
@@ -57,4 +57,13 @@ offers "--openmetrics" kslctl mib --open
 shell_offers bash "compopt -o default " kslctl validate pvid --expect ""
 shell_offers zsh files kslctl validate pvid --expect ""
 shell_offers fish XKSL.kbuf kslctl validate pvid --expect XK
+# Without TRACE_KBUF_DIR there are only files.
+shell_offers zsh files ksltrace show ""
+mkdir -p "$work/traces/kslctl"
+touch "$work/traces/XMORE.kbuf" "$work/traces/kslctl/XKSL.kbuf" "$work/traces/notes.txt"
+export TRACE_KBUF_DIR="$work/traces"
+shell_offers bash "compopt -o filenames XKSL XMORE XKSL.kbuf" ksltrace show ""
+shell_offers bash "compopt -o filenames XMORE" ksltrace show XM
+shell_offers zsh "files XKSL XMORE" ksltrace show ""
+shell_offers fish "XKSL.kbuf XKSL" ksltrace stats XK
 offers "ksl_reset_PHY ksl_reset_switch" ksltrace show X --operation ksl_reset

@@ -28,7 +28,9 @@ TEST(Chips, AreNumbersOrAll) {
     EXPECT_EQ(parse_chips({"all"}), (ChipChoice{{}, true}));
     EXPECT_EQ(complaint([] { parse_chips({"256"}); }), "\"256\" is no chip number; they go from 0 to 255");
     EXPECT_EQ(complaint([] { parse_chips({"0,all"}); }), "\"all\" is no chip number; they go from 0 to 255");
-    EXPECT_EQ(complaint([] { parse_chips({"all", "3"}); }),
+    EXPECT_EQ(complaint([] {
+                  parse_chips({"all", "3"});
+              }),
               "\"all\" means every chip that answers, so none is named next to it");
 }
 
@@ -61,10 +63,14 @@ TEST(HubChoice, TheCommandLineWins) {
 TEST(HubChoice, WrongValuesNameTheirVariable) {
     EXPECT_EQ(complaint([] { choose_hub({}, {"3-1", std::nullopt}); }), "KSL_CHIP: the range \"3-1\" runs backwards");
     for (const char *const text : {"2", "yes", "01", " 1", "true"}) {
-        EXPECT_EQ(complaint([&] { choose_hub({}, {std::nullopt, text}); }),
+        EXPECT_EQ(complaint([&] {
+                      choose_hub({}, {std::nullopt, text});
+                  }),
                   std::string("KSL_SIMULATE: \"") + text + "\" is neither 1, for the simulated hub, nor 0");
     }
-    EXPECT_EQ(complaint([] { choose_hub({std::nullopt, true, true}, kNone); }),
+    EXPECT_EQ(complaint([] {
+                  choose_hub({std::nullopt, true, true}, kNone);
+              }),
               "--simulate and --no-simulate exclude each other");
 }
 

@@ -97,4 +97,20 @@ TEST_F(SourcesTest, PipesAreNotOpened) {
     EXPECT_THAT(sources.problems, ElementsAre(folder_ + "/pipe.kbuf is not a regular file"));
 }
 
+TEST_F(SourcesTest, BuffersHaveTheNamesOfTheirFiles) {
+    make("XKSL.kbuf");
+    make("kslctl/XKSL.kbuf");
+    make("service/a.b-c_1.kbuf");
+    make("notes.txt");
+    // Other characters of a name are written in another way; nothing else is the name of a buffer.
+    make("with%20blank.kbuf");
+    make("odd name.kbuf");
+    make("-x.kbuf");
+    EXPECT_THAT(buffer_names(), ElementsAre("XKSL", "a.b-c_1"));
+    setenv("TRACE_KBUF_DIR", (folder_ + "/service/%p").c_str(), 1);
+    EXPECT_THAT(buffer_names(), ElementsAre("a.b-c_1"));
+    unsetenv("TRACE_KBUF_DIR");
+    EXPECT_THAT(buffer_names(), IsEmpty());
+}
+
 } // namespace

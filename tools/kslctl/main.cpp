@@ -230,7 +230,7 @@ int run(int argc, char **argv) {
     add_chip_commands(commands);
     add_reg_commands(commands);
 
-    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions(), out)) {
+    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions, out)) {
         return *status;
     }
     choose_hub(commands, hub_options, options);

@@ -121,7 +121,9 @@ tools::Suggestions suggestions() {
             operations.emplace_back(point->text);
         }
     }
-    return {{"TRACE", {tools::kFiles}},
+    std::vector<std::string> traces = buffer_names();
+    traces.insert(traces.begin(), tools::kFiles);
+    return {{"TRACE", traces},
             {"FOLDER", {tools::kFiles}},
             {"--catalogue", {tools::kFiles}},
             {"--ctf", {tools::kFiles}},
@@ -208,7 +210,7 @@ int run(int argc, char **argv) {
         ->type_name("FILE")
         ->allow_extra_args(false);
     const Commands commands = add_commands(app, options);
-    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions(), out)) {
+    if (const std::optional<int> status = tools::parse_command_line(app, argc, argv, suggestions, out)) {
         return *status;
     }
     return execute(commands, options, out);

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fmt/core.h>
 #include <json/problem.h>
+#include <set>
 #include <string_view>
 #include <trace_kbuf_reader.h>
 
@@ -120,6 +121,24 @@ Sources sources_of(const std::string &word) {
         }
     }
     return one_file(*path);
+}
+
+std::vector<std::string> buffer_names() {
+    const std::string folder = trace_folder();
+    std::set<std::string> names;
+    if (folder.empty()) {
+        return {};
+    }
+    for (const SourceFile &file : files_of_folder(folder).files) {
+        // Other names are not those of their files.
+        const std::string name = fs::path(file.path).stem().string();
+        const std::optional<std::string> path = path_of_buffer(folder, name);
+        const bool is_option = name.starts_with('-');
+        if (!is_option && path && fs::path(*path).filename() == fs::path(file.path).filename()) {
+            names.insert(name);
+        }
+    }
+    return {names.begin(), names.end()};
 }
 
 } // namespace ksltrace

@@ -34,4 +34,8 @@ Sources files_of_folder(const std::string &folder);
 // that folder itself.
 Sources sources_of(const std::string &word);
 
+// The buffers that a word may name so, in alphabetical order, each once. A name that a terminal or a shell could take
+// for something else is left out.
+std::vector<std::string> buffer_names();
+
 } // namespace ksltrace

@@ -89,7 +89,7 @@ void set_up(CLI::App &app, const char *help) {
     app.fallthrough();
 }
 
-std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, const Suggestions &suggestions,
+std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, Suggestions (*suggestions)(),
                                       StandardOutput &out) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     label_commands(app);
@@ -99,7 +99,7 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
         return kUsage;
     }
     if (argv[1] == std::string_view(kComplete)) {
-        out.write(complete(app, {argv + 2, argv + argc}, suggestions));
+        out.write(complete(app, {argv + 2, argv + argc}, suggestions()));
         return out.failed() ? kFailed : kDone;
     }
     try {

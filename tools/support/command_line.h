@@ -23,8 +23,8 @@ void set_up(CLI::App &app, const char *help);
 
 // Parses the command line. Returns the exit status when nothing is left to do: help and version have been
 // written, or the mistake has been reported. A bare call gets the help on stderr, as a usage error. Shells get their
-// answers here, too.
-std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, const Suggestions &suggestions,
+// answers here, too; only these need the suggestions.
+std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv, Suggestions (*suggestions)(),
                                       StandardOutput &out);
 
 // What main() is to return: the status of `run`, or that of what it throws, which is reported on stderr.

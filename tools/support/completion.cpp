@@ -91,12 +91,14 @@ public:
         if (found == suggestions.end()) {
             return;
         }
-        if (found->second.front() == kFiles) {
+        const std::vector<std::string> &values = found->second;
+        if (values.front() == kFiles) {
             text_ = std::string(kFiles) + "\n";
+            std::for_each(values.begin() + 1, values.end(), [this](const std::string &value) { add(value, ""); });
             return;
         }
         const std::string before = typed_.substr(0, typed_.find_last_of(",-") + 1);
-        for (const std::string &value : found->second) {
+        for (const std::string &value : values) {
             add(before + value, "");
         }
     }

@@ -15,7 +15,7 @@ inline constexpr char kComplete[] = "--complete";
 
 // What options and arguments take, by their name; the parser knows no more than that they take a text.
 using Suggestions = std::map<std::string, std::vector<std::string>, std::less<>>;
-// Alone in its list, it means names of files: the shell knows these itself.
+// First in its list, it means names of files, and the words after it: the shell knows the files itself.
 inline constexpr char kFiles[] = ":files";
 
 // The names of the commands, or options, that may follow a command.

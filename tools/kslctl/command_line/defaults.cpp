@@ -28,7 +28,8 @@ ChipChoice chips_of_variable(const std::string &text) {
 
 bool simulate_of_variable(const std::string &text) {
     if (text != "1" && text != "0") {
-        throw ArgumentError(fmt::format("{}: \"{}\" is neither 1, for the simulated hub, nor 0", kSimulateVariable, text));
+        throw ArgumentError(
+            fmt::format("{}: \"{}\" is neither 1, for the simulated hub, nor 0", kSimulateVariable, text));
     }
     return text == "1";
 }

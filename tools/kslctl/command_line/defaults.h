@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which chips and which hub: the options --chip, --simulate and --no-simulate, and the variables of the environment that
-// are their defaults.
+// Which chips and which hub: the options --chip, --simulate and --no-simulate, and the variables of the environment
+// that are their defaults.
 #pragma once
 
 #include "kslctl/command_line/numbers.h"
@@ -46,7 +46,8 @@ struct HubChoice {
 // The command line counts first. Throws ArgumentError, which names the variable or the options that are wrong.
 HubChoice choose_hub(const HubOptions &options, const HubVariables &variables);
 
-// The options that make a command line choose this hub and chip, "--simulate --chip 1", for a user with these variables.
+// The options that make a command line choose this hub and chip, "--simulate --chip 1", for a user with these
+// variables.
 std::string options_for(bool simulate, uint32_t chip, const HubVariables &variables);
 
 } // namespace kslctl

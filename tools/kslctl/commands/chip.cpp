@@ -88,8 +88,8 @@ views::Shown act(Context &context, uint32_t chip, const ActionArguments &argumen
     const ActionRow &row = *arguments.row;
     const bool dry_run = context.options.dry_run;
     const hub::Action action = row.action(arguments.number);
-    const bool succeeded = dry_run ? hub::can_perform(action, chip, context.failures)
-                                   : hub::perform(action, chip, context.failures);
+    const bool succeeded =
+        dry_run ? hub::can_perform(action, chip, context.failures) : hub::perform(action, chip, context.failures);
     Json json = {{"dry_run", dry_run}, {"done", succeeded && !dry_run}};
     if (row.key != nullptr) {
         json[row.key] = arguments.number;

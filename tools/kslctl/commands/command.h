@@ -26,8 +26,8 @@ struct Declined : std::runtime_error {
 // The options of all commands.
 struct Options {
     std::vector<uint32_t> chips{0};
-    bool finds_chips = false; // only those of them that answer
-    HubVariables variables{}; // that a proposed command line has to expect
+    bool finds_chips = false;                                       // only those of them that answer
+    HubVariables variables{};                                       // that a proposed command line has to expect
     std::vector<std::pair<std::string, std::string>> environment{}; // those of them that count
     bool json = false;
     bool documents_are_lines = false; // of a command that writes several
@@ -75,7 +75,7 @@ public:
     void say();
 
     // The user asked for something, and may not want what comes of it.
-    static void warn(const std::string &sentence) { tools::complain("kslctl warning", sentence); }
+    void warn(const std::string &sentence) { sayings_.push_back({"kslctl warning", sentence}); }
 
     bool has_failures() const { return has_failures_; }
     const Json &errors() const { return errors_; }
@@ -163,7 +163,7 @@ struct Command {
     bool shows_counters = false;    // and takes --counter-names
     // Takes the chips that answer: of the whole hub, or of those that the command line names.
     bool wants_answering_chips = false;
-    int raw_schema = 1;             // the number of the document with --raw, or kNoRaw
+    int raw_schema = 1; // the number of the document with --raw, or kNoRaw
 };
 
 // What add() is to give the command's arguments to, as options and positionals.

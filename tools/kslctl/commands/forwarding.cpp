@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// age, trunk show, trunk check, mirror show, mirror set, mirror off, learning show, learning limit: how the chip forwards.
+// age, trunk show, trunk check, mirror show, mirror set, mirror off, learning show, learning limit: how the chip
+// forwards.
 #include "kslctl/views/forwarding.h"
 #include "kslctl/commands/command.h"
 #include "kslctl/views/status.h"

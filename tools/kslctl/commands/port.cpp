@@ -72,10 +72,11 @@ views::Shown switch_ports(Context &context, uint32_t chip, const Arguments &argu
     const hub::Changes changes =
         hub::change_ports(chip, arguments.ports, switched, context.options.dry_run, context.failures);
     if (const std::vector<uint32_t> ports = hub::ports_not_restored(changes); !ports.empty()) {
-        Report::note(fmt::format("chip {}: \"port up\" is no undo of \"port down\": it gives the PHY of {} {}, whatever it "
-                                 "had before",
-                                 chip, hub::describe_ports(ports),
-                                 views::phy_control(hub::decode_phy_control(hub::kPhyControlWhenOn)).text));
+        context.report.note(
+            fmt::format("chip {}: \"port up\" is no undo of \"port down\": it gives the PHY of {} {}, whatever it "
+                        "had before",
+                        chip, hub::describe_ports(ports),
+                        views::phy_control(hub::decode_phy_control(hub::kPhyControlWhenOn)).text));
     }
     return views::changes(changes, context.options.raw, context.style);
 }

@@ -24,7 +24,7 @@ views::Shown show(const Context &context, const hub::ChipStatus &status, const h
 }
 
 // Nobody else will see these marks again.
-void note_other_changes(uint32_t chip, const hub::ChipStatus &status, const NumberSet &shown) {
+void note_other_changes(Report &report, uint32_t chip, const hub::ChipStatus &status, const NumberSet &shown) {
     std::vector<uint32_t> others;
     for (const hub::PortStatus &port : status.ports) {
         const bool is_marked = port.changed.is_read() && *port.changed;
@@ -33,15 +33,15 @@ void note_other_changes(uint32_t chip, const hub::ChipStatus &status, const Numb
         }
     }
     if (!others.empty()) {
-        Report::note(fmt::format("chip {}: this look cleared the change marks of all ports; others that had one: {}",
-                                 chip, hub::describe_ports(others)));
+        report.note(fmt::format("chip {}: this look cleared the change marks of all ports; others that had one: {}",
+                                chip, hub::describe_ports(others)));
     }
 }
 
 views::Shown look(Context &context, uint32_t chip, const Wanted &wanted) {
     hub::ChipStatus status = hub::read_status(chip, wanted.registers, context.failures);
     if (!context.options.raw) {
-        note_other_changes(chip, status, wanted.ports);
+        note_other_changes(context.report, chip, status, wanted.ports);
     }
     hub::keep_ports(status, wanted.ports);
     return show(context, status, wanted.registers);

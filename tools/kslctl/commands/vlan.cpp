@@ -51,12 +51,12 @@ struct PvidArguments {
     std::optional<uint32_t> priority;
 };
 
-void warn_of(const hub::UntaggedTrouble &trouble, const Context &context, uint32_t chip, uint32_t vid) {
+void warn_of(const hub::UntaggedTrouble &trouble, Context &context, uint32_t chip, uint32_t vid) {
     const std::string ports = hub::describe_ports(trouble.ports);
     const std::string what = trouble.is_valid ? fmt::format("has {} in neither of its maps", ports) : "is not valid";
-    Report::warn(fmt::format("chip {}: VLAN {} {}; frames that come {} without a tag {} to it", chip, vid, what,
-                             trouble.is_valid ? "there" : "at " + ports,
-                             context.options.dry_run ? "would belong" : "belong"));
+    context.report.warn(fmt::format("chip {}: VLAN {} {}; frames that come {} without a tag {} to it", chip, vid, what,
+                                    trouble.is_valid ? "there" : "at " + ports,
+                                    context.options.dry_run ? "would belong" : "belong"));
 }
 
 views::Shown pvid(Context &context, uint32_t chip, const PvidArguments &arguments) {

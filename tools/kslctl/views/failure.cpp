@@ -33,9 +33,9 @@ std::string explain(const hub::Failure &failure, bool simulated) {
 }
 
 std::string cause_of(const hub::Failure &failure, bool simulated) {
-    return failure.operation.empty() ? failure.reason
-                                     : fmt::format("{} returned {} ({})", failure.operation, failure.code,
-                                                   explain(failure, simulated));
+    return failure.operation.empty()
+               ? failure.reason
+               : fmt::format("{} returned {} ({})", failure.operation, failure.code, explain(failure, simulated));
 }
 
 // "PVID of port 3 and 2 more not set"
@@ -60,9 +60,8 @@ Shown failure(const hub::Failure &failure, bool simulated) {
 std::string sentence(const hub::Failures &of_one_cause, bool simulated) {
     std::vector<std::vector<const hub::Failure *>> kinds; // what is not read, what is not set
     for (const hub::Failure &failure : of_one_cause) {
-        const auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const auto &others) {
-            return others.front()->undone == failure.undone;
-        });
+        const auto kind = std::find_if(kinds.begin(), kinds.end(),
+                                       [&](const auto &others) { return others.front()->undone == failure.undone; });
         if (kind == kinds.end()) {
             kinds.push_back({&failure});
         } else {
