@@ -67,7 +67,7 @@ class Pipe(Monitored):
         changes = ""
         while "mirrored when sent" not in changes:
             changes += self.next_line(process) + "\n"
-        self.assertIn("mirroring on, capture port 5", changes)
+        self.assertIn("mirroring on, to port 5", changes)
         self.assertIn("mirrored when sent ports 2-3", changes)
         self.assertNotIn("port 0:", changes)
         process.send_signal(signal.SIGINT)

@@ -204,8 +204,8 @@ TEST(Values, OfForwardingRegisters) {
     EXPECT_EQ(views::value_of(registers::learning_limit, ones).json, 8191);
     EXPECT_EQ(views::value_of(registers::ingress_mirror_mask, {0, 0, 0, 6}).text, "ports 1-2");
     EXPECT_EQ(views::value_of(registers::egress_mirror_mask, {0, 0, 0, 6}).json, Json::array({1, 2}));
-    EXPECT_EQ(views::value_of(registers::mirror_control, {0x80, 0, 0, 0x20}).text, "on, capture port 5");
-    EXPECT_EQ(views::value_of(registers::mirror_control, {}).text, "off, no capture port");
+    EXPECT_EQ(views::value_of(registers::mirror_control, {0x80, 0, 0, 0x20}).text, "on, to port 5");
+    EXPECT_EQ(views::value_of(registers::mirror_control, {}).text, "off, to no port");
 }
 
 } // namespace

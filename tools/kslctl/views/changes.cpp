@@ -24,7 +24,7 @@ Cell write(const Row &row) {
         return {std::string(tools::kNothing), nullptr};
     }
     const std::string text = hex(*row.changed.write, row.which().place.length);
-    return {fmt::format("page 0x{:02x}, offset 0x{:02x}: {}", row.page(), row.offset(), text), text};
+    return {text, text};
 }
 
 const Column<Row> kBefore{"from", "before", Align::left,
@@ -47,7 +47,10 @@ Columns<Row> columns_of(bool of_ports, bool dry_run) {
                     kBefore,
                     kAfter});
     if (dry_run) {
-        columns.push_back({"write", "write", Align::left, write});
+        columns.insert(columns.end(),
+                       {{"page", nullptr, Align::left, [](const Row &row) { return place(row.page()); }},
+                        {"offset", nullptr, Align::left, [](const Row &row) { return place(row.offset()); }},
+                        {"write", "write", Align::left, write}});
     }
     return columns;
 }

@@ -103,8 +103,7 @@ Cell trunk_group(const hub::TrunkGroup &group) {
 
 Cell mirror_control(const hub::MirrorControl &control) {
     const auto &[enabled, ports] = control;
-    return {fmt::format("{}, {}", enabled ? "on" : "off",
-                        ports.empty() ? "no capture port" : "capture " + hub::describe_ports(ports)),
+    return {fmt::format("{}, to {}", enabled ? "on" : "off", hub::describe_ports(ports)),
             {{"enabled", enabled}, {"capture_ports", ports}}};
 }
 
