@@ -29,11 +29,7 @@ constexpr NumberKind kCounts{"number of ports", 1, KSL_PORTS};
 
 const hub::Counter *counter_at(const std::string &text) {
     try {
-        const uint32_t offset = parse_number(text, kOffsets);
-        const auto *const found =
-            std::find_if(hub::kCounters.begin(), hub::kCounters.end(),
-                         [offset](const hub::Counter &counter) { return counter.offset == offset; });
-        return found == hub::kCounters.end() ? nullptr : found;
+        return hub::counter_at(parse_number(text, kOffsets));
     } catch (const ArgumentError &) {
         return nullptr;
     }

@@ -16,12 +16,6 @@ using json::Node;
 constexpr size_t kLongestName = 24;
 constexpr size_t kLongestUnit = 12;
 
-const Counter *counter_at(uint32_t offset) {
-    const auto *const found = std::find_if(kCounters.begin(), kCounters.end(),
-                                           [offset](const Counter &counter) { return counter.offset == offset; });
-    return found == kCounters.end() ? nullptr : found;
-}
-
 // In ASCII, whatever the locale.
 bool is_letter(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');

@@ -82,6 +82,12 @@ const std::array<Counter, kCounterCount> kCounters = {{
     KSLCTL_COUNTER(60), KSLCTL_COUNTER(64), KSLCTL_COUNTER(68), KSLCTL_COUNTER(70), KSLCTL_COUNTER(74),
     KSLCTL_COUNTER(78), KSLCTL_COUNTER(7c), KSLCTL_COUNTER(88), KSLCTL_COUNTER(90), KSLCTL_COUNTER(98),
 }};
+
+const Counter *counter_at(uint32_t offset) {
+    const auto *const found = std::find_if(kCounters.begin(), kCounters.end(),
+                                           [offset](const Counter &counter) { return counter.offset == offset; });
+    return found == kCounters.end() ? nullptr : found;
+}
 #undef KSLCTL_COUNTER
 
 ChipCounters read_counters(uint32_t chip, std::span<const uint32_t> ports, Failures &failures) {

@@ -20,6 +20,9 @@ struct Counter {
 inline constexpr size_t kCounterCount = 20;
 extern const std::array<Counter, kCounterCount> kCounters;
 
+// Null if the library reads none there.
+const Counter *counter_at(uint32_t offset);
+
 using Seconds = std::chrono::duration<double>;
 
 struct CounterChange {
