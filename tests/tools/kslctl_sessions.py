@@ -265,6 +265,7 @@ class Screen(Session):
         status, lines = self.shown(24, "--help")
         self.assertEqual((status, {line[:1] for line in lines}), (0, {">"}))
         self.assertEqual(self.shown(200, "--help"), (0, [line[1:] for line in lines]))
+        self.assertEqual(self.shown(24, "--no-pager", "--help"), (0, [line[1:] for line in lines]))
         self.assertEqual(self.shown(24, "--help", PAGER="no-such-pager")[0], 3)
 
     def test_messages_come_last(self):
@@ -279,7 +280,7 @@ class Screen(Session):
     def test_a_pager_that_cannot_be_run_hides_nothing(self):
         status, lines = self.shown(24, "--raw", "port", "show", PAGER="no-such-pager")
         self.assertEqual(status, 3)
-        self.assertIn('kslctl: the pager "no-such-pager" of PAGER cannot be run; --no-pager does without', lines)
+        self.assertIn('kslctl: the pager "no-such-pager" of PAGER cannot be run; PAGER=cat does without', lines)
         text = self.shown(24, "--no-pager", "--raw", "port", "show")[1]
         self.assertEqual(lines[-len(text):], text)
 

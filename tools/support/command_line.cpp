@@ -22,6 +22,13 @@ const CLI::App &command_of(const CLI::App &app) {
     return next.empty() ? app : command_of(*next.front());
 }
 
+// Whether a flag of the command, or of those that lead to it, is on the command line.
+bool is_given(const char *flag, const CLI::App &command) {
+    const CLI::Option *const option = command.get_option_no_throw(flag);
+    const CLI::App *const parent = command.get_parent();
+    return (option != nullptr && option->count() > 0) || (parent != nullptr && is_given(flag, *parent));
+}
+
 // "kslctl port show"
 std::string words_of(const CLI::App &command) {
     const CLI::App *const parent = command.get_parent();
@@ -109,7 +116,12 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             std::ostringstream text;
             app.exit(error, text, text);
-            const bool could_page = write_long(app.get_name(), text.str(), out);
+            bool could_page = true;
+            if (is_given("--no-pager", command_of(app))) {
+                out.write(text.str());
+            } else {
+                could_page = write_long(app.get_name(), text.str(), out);
+            }
             return out.failed() || !could_page ? kFailed : kDone;
         }
         const CLI::App &command = command_of(app);

@@ -108,7 +108,7 @@ bool write_paged(std::string_view program, const std::string &text, StandardOutp
     if (pager.finish()) {
         return true;
     }
-    complain(program, fmt::format("the pager \"{}\" of PAGER cannot be run; --no-pager does without", pager.command()));
+    complain(program, fmt::format("the pager \"{}\" of PAGER cannot be run; PAGER=cat does without", pager.command()));
     StandardOutput(std::string(program)).write(text); // the first one may have lost its reader
     return false;
 }
