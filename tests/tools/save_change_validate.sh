@@ -39,7 +39,7 @@ written() {
 
 # What the last command would have written.
 announced() {
-    sed -n 's/^.* page \(0x..\), offset \(0x..\): \(.*\)$/\1 \2 \3/p' "$work/out"
+    sed -n 's/^.*  \(0x..\)  *\(0x..\)  *\([0-9a-f ]*\)$/\1 \2 \3/p' "$work/out"
 }
 
 # change COMMAND...: announces the change, makes it, and compares the two.
